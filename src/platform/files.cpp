@@ -49,6 +49,19 @@ int32_t stream_mode_flags(const char *mode) {
     }
 }
 
+// Opens the file for a stream of that mode.
+int32_t open_for_stream(const char *name, const char *mode) {
+    const int32_t flags = stream_mode_flags(mode);
+    if (flags == -1) {
+        errno = EINVAL;
+        return -1;
+    }
+    const int32_t fd = kel_open(name, flags, KEL_DEFAULT_PERMISSIONS);
+    // A stream that only appends tells the end as its position from the start.
+    if (fd != -1 && mode[0] == 'a' && (flags & KEL_O_WRONLY)) os::seek(fd, 0, KEL_SEEK_END);
+    return fd;
+}
+
 void replace_all(char *text, size_t size, char old_char, char new_char) {
     for (size_t i = 0; i < size && text[i]; ++i)
         if (text[i] == old_char) text[i] = new_char;
@@ -59,15 +72,8 @@ void replace_all(char *text, size_t size, char old_char, char new_char) {
 extern "C" {
 
 FILE *kel_fopen(const char *name, const char *mode) {
-    const int32_t flags = stream_mode_flags(mode);
-    if (flags == -1) {
-        errno = EINVAL;
-        return nullptr;
-    }
-    const int32_t fd = kel_open(name, flags, KEL_DEFAULT_PERMISSIONS);
+    const int32_t fd = open_for_stream(name, mode);
     if (fd == -1) return nullptr;
-    // A stream that only appends tells the end as its position from the start.
-    if (mode[0] == 'a' && (flags & KEL_O_WRONLY)) os::seek(fd, 0, KEL_SEEK_END);
     FILE *const stream = os::open_stream(fd, mode);
     if (!stream) {
         const int cause = errno;
@@ -78,9 +84,9 @@ FILE *kel_fopen(const char *name, const char *mode) {
 }
 
 FILE *kel_freopen(const char *name, const char *mode, FILE *stream) {
-    if (!name) return os::reopen_stream(nullptr, mode, stream);
-    const NativeName native(name);
-    if (native) return os::reopen_stream(native.text(), mode, stream);
+    if (!name) return std::freopen(nullptr, mode, stream);
+    const int32_t fd = open_for_stream(name, mode);
+    if (fd != -1) return os::reopen_stream(fd, mode, stream);
     const int cause = errno;
     std::fclose(stream);
     errno = cause;

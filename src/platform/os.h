@@ -40,9 +40,10 @@ int64_t seek(int32_t fd, int64_t offset, int32_t whence);
 int32_t descriptor_status(int32_t fd, kel_stat_t *record);
 int32_t set_length(int32_t fd, int64_t length);
 
-// Streams. `reopen_stream` refuses directories and closes the stream on failure.
+// Streams. `reopen_stream` puts an open file behind a stream in the place of its own, and closes
+// both on failure.
 std::FILE *open_stream(int32_t fd, const char *mode);
-std::FILE *reopen_stream(const char *name, const char *mode, std::FILE *stream);
+std::FILE *reopen_stream(int32_t fd, const char *mode, std::FILE *stream);
 int32_t stream_descriptor(std::FILE *stream);
 int32_t seek_stream(std::FILE *stream, int64_t position);
 int64_t tell_stream(std::FILE *stream);

@@ -4,6 +4,7 @@
 #include <bit>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <ctime>
 #include <mutex>
 
@@ -78,13 +79,13 @@ void print_prefix(Printed *line, const Prefix &prefix) {
                               fraction, log_progname, long{log_pid}, prefix.level));
 }
 
-// The length of the whole line, which does not fit if that is `room` or more.
-VOR_PRINTF(4, 0)
-size_t print_line(char *text, size_t room, const Prefix &prefix, const char *format, va_list args) {
-    Printed line = {text, room, 0};
+// Prints a line and gives its length, which has not found room if that is `room` or more.
+VOR_PRINTF(3, 0)
+size_t print_line(Printed line, const Prefix &prefix, const char *format, va_list args) {
     print_prefix(&line, prefix);
     va_list again;
     va_copy(again, args);
+    // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized): the check loses the copy
     line.count(std::vsnprintf(line.end(), line.rest(), format, again));
     va_end(again);
     // It is the format that counts: a text that brings its own newline gets another one.
@@ -116,11 +117,11 @@ void write_line(int32_t level, const char *format, va_list args) {
     if (log_pid == 0) log_pid = vor::os::process_id();
     const Prefix prefix = prefix_of_now(level);
     char line[line_room];
-    const size_t length = print_line(line, sizeof line, prefix, format, args);
+    const size_t length = print_line({line, sizeof line, 0}, prefix, format, args);
     vor::malloc_ptr<char[]> grown;
     if (length >= sizeof line) {
         grown.reset(vor::allocate_array<char>(length + 1));
-        if (grown) print_line(grown.get(), length + 1, prefix, format, args);
+        if (grown) print_line({grown.get(), length + 1, 0}, prefix, format, args);
     }
     if (!(level & LOGMESG_NO_STDERR)) write_second_output(grown ? grown.get() : line);
     if (length >= sizeof line) abort_for_overrun();
@@ -143,6 +144,7 @@ int32_t vlogmesg(int32_t level, const char *format, va_list args) {
     if (level == LOGMESG_SET_HOOK) {
         log_hook = std::bit_cast<logmesg_hook>(format);
     } else if (level >= 0 && !format) {
+        // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized): the check loses the parameter
         const char *const name = va_arg(args, const char *);
         log_progname = name ? name : unnamed;
         log_pid = vor::os::process_id();

@@ -49,7 +49,8 @@ malloc_ptr<char[]> home_of_environment() {
     if (std::getenv("HOME")) return environment_copy("HOME");
     const char *const drive = std::getenv("HOMEDRIVE");
     const char *const path = std::getenv("HOMEPATH");
-    return drive && path ? join(drive, path) : nullptr;
+    if (!drive || !path) return nullptr;
+    return join(drive, path);
 }
 
 bool has_rc_file(const char *directory) {

@@ -3,6 +3,7 @@
 // every locale; the weekday is worked out from them.
 #include <array>
 #include <cstddef>
+#include <string_view>
 
 #include "util/services.h"
 
@@ -20,12 +21,9 @@ constexpr int number(const char *text, int digits) {
 }
 
 // 0 for January.
-constexpr int month(const char *name) {
-    constexpr char names[] = "JanFebMarAprMayJunJulAugSepOctNovDec";
-    for (int i = 0; i < 12; ++i)
-        if (names[3 * i] == name[0] && names[3 * i + 1] == name[1] && names[3 * i + 2] == name[2])
-            return i;
-    return -1;
+constexpr int month(std::string_view name) {
+    constexpr std::string_view names = "JanFebMarAprMayJunJulAugSepOctNovDec";
+    return static_cast<int>(names.find(name) / 3);
 }
 
 // 0 for Sunday. January and February count as the end of the year before, so that a leap day is the
@@ -39,7 +37,7 @@ static_assert(weekday(2007, 2, 7) == 3 && weekday(2000, 1, 29) == 2);
 
 constexpr std::array<char, 25> build_date() {
     constexpr char names[] = "SunMonTueWedThuFriSat";
-    const int day = weekday(number(built_on + 7, 4), month(built_on), number(built_on + 4, 2));
+    const int day = weekday(number(built_on + 7, 4), month({built_on, 3}), number(built_on + 4, 2));
     std::array<char, 25> text{};
     for (size_t i = 0; i < 3; ++i)
         text[i] = names[3 * static_cast<size_t>(day) + i];

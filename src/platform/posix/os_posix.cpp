@@ -152,21 +152,22 @@ std::FILE *open_stream(int32_t fd, const char *mode) {
     return ::fdopen(fd, mode);
 }
 
-// A standard stream goes on to belong to children too, in its new file.
-std::FILE *reopen_stream(const char *name, const char *mode, std::FILE *stream) {
-    std::FILE *const reopened = std::freopen(name, mode, stream);
-    if (!reopened) {
-        if (errno == EISDIR) errno = EACCES;
-        return nullptr;
+// The stream takes the mode with the null device and then gets the file, so that the file is opened
+// once, by rules of ours; what else the mode asks for has been done by then. A standard stream goes
+// on to belong to child programs too.
+std::FILE *reopen_stream(int32_t fd, const char *mode, std::FILE *stream) {
+    const char access[] = {mode[0], std::strchr(mode, '+') ? '+' : '\0', '\0'};
+    std::FILE *const reopened = std::freopen("/dev/null", access, stream);
+    const int behind = reopened ? ::fileno(reopened) : -1;
+    if (reopened && ::dup3(fd, behind, behind > STDERR_FILENO ? O_CLOEXEC : 0) != -1) {
+        ::close(fd);
+        return reopened;
     }
-    const int fd = ::fileno(reopened);
-    if (is_directory(fd)) {
-        std::fclose(reopened);
-        errno = EACCES;
-        return nullptr;
-    }
-    if (fd > STDERR_FILENO) ::fcntl(fd, F_SETFD, FD_CLOEXEC);
-    return reopened;
+    const int cause = errno;
+    if (reopened) std::fclose(reopened);
+    ::close(fd);
+    errno = cause;
+    return nullptr;
 }
 
 int32_t stream_descriptor(std::FILE *stream) {
@@ -198,6 +199,7 @@ uint64_t tick_counter() {
 }
 
 bool local_time(int64_t seconds, std::tm *broken_down) {
+    ::tzset(); // a change of the zone counts at once, as it does for localtime
     const time_t when = static_cast<time_t>(seconds);
     return ::localtime_r(&when, broken_down) != nullptr;
 }
