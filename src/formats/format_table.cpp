@@ -66,6 +66,7 @@ lffmt_t *lfdescriptor(int32_t row) {
 int32_t lffmtindex(const char *name) {
     if (!name) return -1;
     for (int32_t row = 0; row < count; ++row) {
+        // NOLINTNEXTLINE(clang-analyzer-core.NullDereference): rows below count are filled
         if (std::strcmp(table[row]->name, name) == 0) return row;
     }
     return -1;

@@ -21,6 +21,10 @@ int32_t run_format_check(xvor_t *h) {
 }
 
 int32_t check_read(xvor_t *h) {
+    // A header's unsigned counts may come out negative.
+    if (h->xsize < 0 || h->ysize < 0) {
+        return lferror(h, where, LFE_CORRUPT, 0, "impossible image size");
+    }
     h->seekcap = h->xsize;
     if (run_format_check(h) < 0) return -1;
     if (!h->readtrack) return lferror(h, where, LFE_NOREAD, 0, nullptr);
@@ -134,6 +138,7 @@ int32_t lfcheck(xvor_t *h) {
     if (set_up(h) < 0) {
         h->readtrack = nullptr; // so that the next lfread or lfwrite tries again
         h->writetrack = nullptr;
+        h->skiptrack = nullptr; // nor does lfseek walk with half a set-up
         return -1;
     }
     h->stale = 0;

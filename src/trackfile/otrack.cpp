@@ -14,11 +14,6 @@ constexpr const char *where = "gen_otrack_tab";
 // A byte of the best compressed file stands for fewer tracks than this.
 constexpr int64_t tracks_per_byte = 8192;
 
-bool window_fits_file(const xvor_t *h, int64_t width) {
-    const int64_t size = file_size(h);
-    return size < 0 || width <= (size + 1) * tracks_per_byte;
-}
-
 void fill_otrack(xvor_t *h, int64_t width) {
     const int64_t size = h->xsize;
     int64_t error = -(width >> 1);
@@ -49,9 +44,7 @@ int32_t build_otrack(xvor_t *h) {
     h->otrackroom = 0;
     const int64_t width = int64_t{h->xe} - h->xa;
     if (h->xsize == width) return 0;
-    if (h->xsize < 0 || (access_of(h) != LF_WRITE && !window_fits_file(h, width))) {
-        return lferror(h, where, LFE_CORRUPT, 0, "file too short for its tracks");
-    }
+    if (access_of(h) != LF_WRITE && check_window(h, where, tracks_per_byte) < 0) return -1;
     h->otrack = allocate_array<int32_t>(static_cast<size_t>(h->xsize) + 1);
     if (!h->otrack) return lferror(h, where, LFE_MEMORY, 0, nullptr);
     h->otrackroom = h->xsize;

@@ -13,18 +13,12 @@ namespace {
 
 constexpr const char *where = "seektab";
 
-// A track takes at least a byte of the file, its own or one of a table. So a window that the file
-// cannot hold is not worth the memory: its header lies.
-bool window_fits_file(const xvor_t *h) {
-    const int64_t size = file_size(h);
-    return size < 0 || int64_t{h->xe} - h->xa <= size;
-}
+// A track takes at least a byte of the file, its own or one of a table.
+constexpr int64_t tracks_per_byte = 1;
 
 int32_t make_table(xvor_t *h) {
     drop_seek_table(h);
-    if (h->xsize < 0 || !window_fits_file(h)) {
-        return lferror(h, where, LFE_CORRUPT, 0, "file too short for its tracks");
-    }
+    if (check_window(h, where, tracks_per_byte) < 0) return -1;
     h->seektab = allocate_zeroed<int64_t>(static_cast<size_t>(h->xsize));
     if (!h->seektab) return lferror(h, where, LFE_MEMORY, 0, nullptr);
     h->seekroom = h->xsize;
@@ -78,6 +72,13 @@ bool fill_table(xvor_t *h) {
 }
 
 } // namespace
+
+int32_t check_window(xvor_t *h, const char *name, int64_t density) {
+    const int64_t size = file_size(h);
+    const int64_t width = int64_t{h->xe} - h->xa;
+    if (h->xsize >= 0 && (size < 0 || width <= (size + 1) * density)) return 0;
+    return lferror(h, name, LFE_CORRUPT, 0, "file too short for its tracks");
+}
 
 void drop_seek_table(xvor_t *h) {
     std::free(h->seektab);

@@ -74,11 +74,11 @@ void gt_sentinel(const trackbuf *t) {
     std::abort();
 }
 
-// A mode other than 0 goes to gtgrow as its init flag: the target starts afresh, with mode 0. That
-// is relied on. Storage of its own goes before, so that it is not lost.
-int32_t grow_target(trackbuf *target, const trackbuf *source, uint32_t units) {
+// A mode other than 0 goes to gtgrow as its init flag: the target starts afresh, with mode 0 and a
+// unit for each pixel. That is relied on. Storage of its own goes before, so that it is not lost.
+int32_t grow_target(trackbuf *target, const trackbuf *source, uint32_t count) {
     if (source->mode != 0 && !is_foreign(target)) std::free(target->base);
-    return gtgrow(target, units + 2, static_cast<int32_t>(source->mode), 0) < 0 ? -1 : 0;
+    return gtgrow(target, count + 2, static_cast<int32_t>(source->mode), 0) < 0 ? -1 : 0;
 }
 
 } // namespace
@@ -148,8 +148,9 @@ int32_t lfcopytrack(trackbuf *target, const trackbuf *source) {
         return lferror(nullptr, "lfcopytrack", LFE_ARGUMENT, 0, "incompatible track modes");
     }
     const uint32_t count = source->nruns > 0 ? static_cast<uint32_t>(source->nruns) : 0;
-    const uint32_t units = units_for(source, count);
-    if (target->size < units && grow_target(target, source, units) < 0) return -1;
+    if (target->size < units_for(source, count) && grow_target(target, source, count) < 0) {
+        return -1;
+    }
     if (count > 0) {
         if (!target->base) {
             return lferror(nullptr, "lfcopytrack", LFE_ARGUMENT, 0, "track buffer too small");

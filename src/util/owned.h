@@ -56,6 +56,7 @@ template <class T>
 T *reallocate_array(T *block, size_t count) {
     static_assert(std::is_trivially_copyable_v<T>);
     size_t bytes = 0;
+    // NOLINTNEXTLINE(bugprone-sizeof-expression): an array of pointers is meant where T is one
     if (!checked_multiply(count, sizeof(T), &bytes)) return nullptr;
     return static_cast<T *>(std::realloc(static_cast<void *>(block), bytes != 0 ? bytes : 1));
 }
