@@ -95,6 +95,16 @@ int32_t set_up(xvor_t *h) {
     return access_of(h) == LF_READ ? go_to_start(h) : 0;
 }
 
+// Half a set-up is none: the next lfread or lfwrite tries again, lfseek does not walk, and lfclose
+// finds no way to flush.
+void drop_functions(xvor_t *h) {
+    h->readtrack = nullptr;
+    h->writetrack = nullptr;
+    h->skiptrack = nullptr;
+    h->fillbuf = nullptr;
+    h->flushbuf = nullptr;
+}
+
 bool resize_seektab(xvor_t *h) {
     // One more than counted: lfwrite's growth may store just behind the table.
     const size_t wanted = static_cast<size_t>(h->seekcap) + 1;
@@ -136,9 +146,7 @@ int32_t lfcheck(xvor_t *h) {
         return lferror(h, where, LFE_ARGUMENT, 0, "lfcheck called more than once");
     }
     if (set_up(h) < 0) {
-        h->readtrack = nullptr; // so that the next lfread or lfwrite tries again
-        h->writetrack = nullptr;
-        h->skiptrack = nullptr; // nor does lfseek walk with half a set-up
+        drop_functions(h);
         return -1;
     }
     h->stale = 0;
@@ -156,5 +164,7 @@ int32_t lffitmemory(xvor_t *h) {
         return 0;
     }
     drop_seek_table(h);
+    // The places of the tracks written are lost, and so is the file.
+    if (h->track > 0) h->flags |= LF_EOF;
     return lferror(h, "lffitmemory", LFE_MEMORY, 0, nullptr);
 }

@@ -38,7 +38,9 @@ bool walk_file(xvor_t *h) {
     h->clipoff = lftell(h);
     for (int32_t i = 0; i < h->xsize; ++i) {
         h->seektab[i] = lftell(h);
-        const int64_t step = h->otrack ? int64_t{h->otrack[i + 1]} - h->otrack[i] : 1;
+        // After a late change of the geometry otrack may know fewer tracks.
+        const bool chosen = h->otrack && i < h->otrackroom;
+        const int64_t step = chosen ? int64_t{h->otrack[i + 1]} - h->otrack[i] : 1;
         if (!skip_tracks(h, step)) return false;
     }
     h->maxruns = 1; // the walk makes no measurement
