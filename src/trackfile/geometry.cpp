@@ -11,12 +11,13 @@ namespace {
 
 constexpr double size_limit = 2147483648.0; // sizes stay below
 
-// Every set-up call after lfcheck: it goes on, but the handle needs a new lfcheck.
+// Every set-up call begins with this. After lfcheck it goes on, but the handle needs a new lfcheck.
+// A seek table that an early lfseek has made belongs to the geometry of that time.
 void reopen_setup(xvor_t *h, const char *where, const char *warning) {
+    h->stale = 1;
     if (!has(h, LF_CHECKED)) return;
     lferror(h, where, LFE_WARNING, 0, warning);
     h->flags &= ~LF_CHECKED;
-    h->stale = 1;
 }
 
 int32_t refuse(xvor_t *h, const char *where, const char *why) {

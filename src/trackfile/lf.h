@@ -215,7 +215,7 @@ struct xvor_t {
 
     /* The library's own. The rooms bound every access to a table, also while a late change of the
      * geometry has put the sizes above out of step with the tables. */
-    int32_t seekroom;   /* entries that seektab has room for */
+    int32_t seekroom;   /* entries that seektab has room for; who makes the table sets it */
     int32_t otrackroom; /* output tracks that otrack knows */
     uint32_t stoproom;  /* entries of stoptab while tracks are written */
     uint32_t serial;    /* tells this handle and its present geometry from all others */
