@@ -5,7 +5,8 @@
  * 2. Texts are ended by a zero byte and bytes in them are taken as they are. File names are written
  *    with "/"; "\" and a drive prefix are understood wherever a name is looked at.
  * 3. Blocks that change hands come from malloc and go to free.
- * 4. Lengths are millimetres, resolutions pixels per millimetre, file offsets signed 64-bit numbers.
+ * 4. Lengths are millimetres, resolutions pixels per millimetre, file offsets signed 64-bit
+ * numbers.
  * 5. Failures of the track calls go through lferror; other families tell at each call.
  * 6. The library starts no thread. A handle belongs to one thread at a time; tables of the process
  *    (formats, codecs, callbacks, words) are set at start-up and read afterwards.
@@ -16,8 +17,12 @@
 #include "codecs/codecs.h"
 #include "formats/formats.h"
 #include "platform/kel.h"
+#include "runtime/arrays.h"
+#include "runtime/backup.h"
+#include "runtime/config_file.h"
 #include "runtime/getaline.h"
 #include "runtime/log.h"
+#include "runtime/spawn.h"
 #include "trackfile/lf.h"
 #include "util/checksum.h"
 #include "util/install.h"

@@ -1,4 +1,5 @@
-// Whole reads and writes, and the text of the last failure, for the library's own files.
+// Whole reads and writes, one file under two names, and the text of the last failure, for the
+// library's own files.
 #ifndef VOR_PLATFORM_FILE_IO_H
 #define VOR_PLATFORM_FILE_IO_H
 
@@ -14,6 +15,9 @@ bool read_exact(int32_t fd, void *to, size_t count);
 // Writes all `count` bytes, in as many writes as it takes. False on an error, and on a write that
 // takes nothing; errno is 0 after the latter.
 bool write_all(int32_t fd, const void *from, size_t count);
+
+// Whether two names stand for one file. A link is not followed: it is a file of its own.
+bool same_file(const char *a, const char *b);
 
 // The text that belongs to errno, never NULL: "error #%d" for a number without a text. It may be
 // overwritten by the thread's next call.

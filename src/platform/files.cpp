@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <cstring>
 
+#include "platform/file_io.h"
 #include "platform/kel.h"
 #include "platform/os.h"
 
@@ -69,6 +70,12 @@ void replace_all(char *text, size_t size, char old_char, char new_char) {
 
 } // namespace
 
+bool vor::same_file(const char *a, const char *b) {
+    const NativeName native_a(a);
+    const NativeName native_b(b);
+    return native_a && native_b && os::same_file(native_a.text(), native_b.text());
+}
+
 extern "C" {
 
 FILE *kel_fopen(const char *name, const char *mode) {
@@ -129,6 +136,11 @@ int32_t kel_access(const char *name, int32_t mode) {
 int32_t kel_chmod(const char *name, int32_t mode) {
     const NativeName native(name);
     return native ? os::change_mode(native.text(), mode) : -1;
+}
+
+int32_t kel_utime(const char *name, int64_t atime, int64_t mtime) {
+    const NativeName native(name);
+    return native ? os::change_times(native.text(), atime, mtime) : -1;
 }
 
 int32_t kel_fclose(FILE *stream) {

@@ -110,6 +110,10 @@ VOR_API int32_t kel_access(const char *name, int32_t mode);
 /* Sets the permission bits of a file. 0 or -1. */
 VOR_API int32_t kel_chmod(const char *name, int32_t mode);
 
+/* Sets the times of last access and last modification of a file, in seconds since 1970-01-01 00:00
+ * UTC. 0 or -1. */
+VOR_API int32_t kel_utime(const char *name, int64_t atime, int64_t mtime);
+
 /* Flushes and closes a stream. 0, or EOF if anything failed; the stream is gone in both cases. */
 VOR_API int32_t kel_fclose(FILE *stream);
 

@@ -28,8 +28,10 @@ int32_t change_directory(const char *name);
 int32_t status(const char *name, kel_stat_t *record);
 int32_t access(const char *name, int32_t mode);
 int32_t change_mode(const char *name, int32_t mode);
-int32_t remove_file(const char *name);                  // a read-only file too
-int32_t replace_file(const char *from, const char *to); // in one step
+int32_t change_times(const char *name, int64_t atime, int64_t mtime); // seconds, as kel_stat_t
+bool same_file(const char *a, const char *b);                         // follows no link
+int32_t remove_file(const char *name);                                // a read-only file too
+int32_t replace_file(const char *from, const char *to);               // in one step
 char *current_directory(char *buffer, size_t size);
 
 // Files by descriptor.
@@ -54,6 +56,35 @@ uint64_t tick_counter();
 bool local_time(int64_t seconds, std::tm *broken_down);
 void sleep_milliseconds(uint64_t milliseconds);
 [[noreturn]] void sleep_forever();
+
+// Programs that run beside this one. A process is an object until it is closed, and outlives what
+// it stands for. A child gets the three standard streams and no other open file, no console, and no
+// signal blocked or ignored.
+struct Process;
+
+// What a child program uses as its standard streams where there is no file.
+extern const char *const null_device;
+
+struct Program {
+    const char *command_line; // names the program, then its arguments
+    const char *environment;  // texts one behind the other, an empty one at the end; NULL: as here
+    int32_t input;
+    int32_t output;
+    int32_t error;
+};
+
+// Exit code of a child that has not ended, and of one that ended by none of its own.
+constexpr int32_t exit_code_running = 259;
+constexpr int32_t exit_code_killed = 255;
+
+int32_t duplicate(int32_t fd); // shares the position of `fd`
+// Starts a program, and before it runs makes the object that stands for it; NULL: it runs, but
+// cannot be held.
+bool start_program(const Program &program, Process **process);
+bool wait_for(Process *process);
+bool read_exit_code(Process *process, int32_t *code);
+bool terminate(const Process *process); // while another thread waits for it, too
+void close_process(Process *process);   // the child, if it has not ended, runs on
 
 // The process, its program and its user. The texts are cut by nothing: one that does not fit fails.
 int32_t process_id();

@@ -107,6 +107,20 @@ int32_t change_mode(const char *name, int32_t mode) {
     return ::chmod(name, static_cast<mode_t>(mode) & 07777);
 }
 
+int32_t change_times(const char *name, int64_t atime, int64_t mtime) {
+    struct timespec times[2] = {};
+    times[0].tv_sec = static_cast<time_t>(atime);
+    times[1].tv_sec = static_cast<time_t>(mtime);
+    return ::utimensat(AT_FDCWD, name, times, 0);
+}
+
+bool same_file(const char *a, const char *b) {
+    struct stat first = {};
+    struct stat second = {};
+    return ::lstat(a, &first) == 0 && ::lstat(b, &second) == 0 && first.st_dev == second.st_dev &&
+           first.st_ino == second.st_ino;
+}
+
 // The system asks for the directory's permission, never for the file's, so that a read-only file
 // needs no step of its own.
 int32_t remove_file(const char *name) {
