@@ -5,6 +5,7 @@
 
 #include <cerrno>
 #include <cstring>
+#include <filesystem>
 #include <string>
 #include <thread>
 
@@ -104,6 +105,21 @@ TEST_F(FileIo, WriteErrorFailsWithItsCause) {
     EXPECT_FALSE(vor::write_all(full, "abc", 3));
     EXPECT_EQ(errno, ENOSPC);
     kel_close(full);
+}
+
+TEST_F(FileIo, TwoNamesOfOneFileAreTheSame) {
+    const std::string other = dir_.file("other");
+    write_text(name_, "text");
+    write_text(other, "text");
+    EXPECT_TRUE(vor::same_file(name_.c_str(), name_.c_str()));
+    EXPECT_FALSE(vor::same_file(name_.c_str(), other.c_str()));
+    std::filesystem::remove(other);
+    EXPECT_FALSE(vor::same_file(name_.c_str(), other.c_str()));
+    std::filesystem::create_hard_link(name_, other);
+    EXPECT_TRUE(vor::same_file(name_.c_str(), other.c_str()));
+    std::filesystem::remove(other);
+    std::filesystem::create_symlink(name_, other);
+    EXPECT_FALSE(vor::same_file(name_.c_str(), other.c_str())) << "a link is a file of its own";
 }
 
 TEST(LastOsErrorText, IsTheTextOfErrno) {

@@ -340,6 +340,21 @@ TEST_F(Files, ChmodOfAMissingFileFails) {
     EXPECT_EQ(errno, ENOENT);
 }
 
+TEST_F(Files, UtimeSetsBothTimes) {
+    for (const int64_t time : {int64_t{0}, int64_t{1000000000}, int64_t{2000000000}}) {
+        ASSERT_EQ(kel_utime(name_.c_str(), time, time + 7), 0) << time;
+        kel_stat_t record;
+        ASSERT_EQ(kel_stat(name_.c_str(), &record), 0);
+        EXPECT_EQ(record.atime, time);
+        EXPECT_EQ(record.mtime, time + 7);
+    }
+}
+
+TEST_F(Files, UtimeOfAMissingFileFails) {
+    EXPECT_EQ(kel_utime(other_.c_str(), 0, 0), -1);
+    EXPECT_EQ(errno, ENOENT);
+}
+
 TEST_F(Files, UnlinkDeletesAFile) {
     EXPECT_EQ(kel_unlink(name_.c_str()), 0);
     EXPECT_FALSE(exists(name_));
@@ -408,6 +423,7 @@ constexpr NameCall name_calls[] = {
      }},
     {"kel_access", [](const char *name) { return kel_access(name, KEL_F_OK) == -1; }},
     {"kel_chmod", [](const char *name) { return kel_chmod(name, 0666) == -1; }},
+    {"kel_utime", [](const char *name) { return kel_utime(name, 0, 0) == -1; }},
     {"kel_unlink", [](const char *name) { return kel_unlink(name) == -1; }},
     {"kel_rename from", [](const char *name) { return kel_rename(name, "x") == -1; }},
     {"kel_rename to", [](const char *name) { return kel_rename("x", name) == -1; }},
