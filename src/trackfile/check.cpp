@@ -88,7 +88,10 @@ int32_t go_to_start(xvor_t *h) {
 
 int32_t set_up(xvor_t *h) {
     // Tables of an older window, or of an attempt that failed, would lead to the wrong tracks.
-    if (h->stale && access_of(h) != LF_WRITE) drop_seek_table(h);
+    if (h->stale && access_of(h) != LF_WRITE) {
+        drop_seek_table(h);
+        h->clipoff = -1; // a seek by skipping starts from the beginning, too
+    }
     h->stale = 1;
     if (build_otrack(h) < 0 || check_by_access(h) < 0) return -1;
     set_buffer_functions(h);

@@ -22,20 +22,20 @@ constexpr const char *set_where = "set read";
 // small file that claims very long tracks must not keep a reader busy for hours by that.
 constexpr int32_t most_fills = 1000;
 
-void forget_chunk(vorpriv *p, int64_t position) {
-    p->zbufpos = position;
-    p->zbuflen = 0;
-    p->zs.next_in = nullptr;
-    p->zs.avail_in = 0;
+void forget_chunk(DeflateLayer *z, int64_t position) {
+    z->zbufpos = position;
+    z->zbuflen = 0;
+    z->zs.next_in = nullptr;
+    z->zs.avail_in = 0;
 }
 
-int32_t start_stream(xvor_t *h, vorpriv *p) {
-    end_stream(h);
-    p->zs = {};
-    if (inflateInit(&p->zs) != Z_OK) {
-        return lferror(h, "inflate init", LFE_OS, 0, zlib_message(p->zs));
+int32_t start_stream(xvor_t *h, DeflateLayer *z) {
+    end_stream(z, access_of(h));
+    z->zs = {};
+    if (inflateInit(&z->zs) != Z_OK) {
+        return lferror(h, "inflate init", LFE_OS, 0, zlib_message(z->zs));
     }
-    p->zinit = true;
+    z->zinit = true;
     return 0;
 }
 
@@ -55,15 +55,15 @@ int32_t load_table(xvor_t *h) {
 }
 
 // Reads the next piece of the file into the chunk and hands it to the stream.
-int32_t refill(xvor_t *h, vorpriv *p) {
-    const int64_t position = p->zbufpos + p->zbuflen;
-    forget_chunk(p, position);
+int32_t refill(xvor_t *h, DeflateLayer *z) {
+    const int64_t position = z->zbufpos + z->zbuflen;
+    forget_chunk(z, position);
     errno = 0;
-    const int64_t got = kel_read(h->fd, p->zbuf, zbuf_size);
+    const int64_t got = kel_read(h->fd, z->zbuf, zbuf_size);
     if (got < 1) return lferror(h, "zfillbuf", LFE_OS, 0, nullptr);
-    p->zbuflen = static_cast<int32_t>(got);
-    p->zs.next_in = p->zbuf;
-    p->zs.avail_in = static_cast<uInt>(got);
+    z->zbuflen = static_cast<int32_t>(got);
+    z->zs.next_in = z->zbuf;
+    z->zs.avail_in = static_cast<uInt>(got);
     return 0;
 }
 
@@ -80,12 +80,12 @@ int32_t vor_setread(xvor_t *h) {
     if (scheme != VT_DEFLATED) {
         return lferror(h, set_where, LFE_ARGUMENT, 0, "unsupported compression scheme");
     }
-    vorpriv *p = priv(h);
-    if (p->seekoff < VOR_HDRSIZE) {
+    DeflateLayer *z = layer(h);
+    if (priv(h)->seekoff < VOR_HDRSIZE) {
         return lferror(h, set_where, LFE_ARGUMENT, 0, "compressed vor without offset table");
     }
-    if (start_stream(h, p) < 0 || load_table(h) < 0) return -1;
-    forget_chunk(p, 0);
+    if (start_stream(h, z) < 0 || load_table(h) < 0) return -1;
+    forget_chunk(z, 0);
     h->fillbuf = has(h, LF_SWAP16) ? zfillbuf_sw : zfillbuf;
     h->seekfn = zseek;
     if (zseek(h, 0) < 0) return -1;
@@ -102,35 +102,35 @@ int32_t zseek(xvor_t *h, int32_t n) {
     if (entry < 0) return static_cast<int32_t>(-static_cast<uint32_t>(entry));
     h->bufpos = entry;
     h->bufptr = h->bufend;
-    priv(h)->zfills = 0;
+    layer(h)->zfills = 0;
     return 0;
 }
 
 // Places the compressed input at the start of the present track. The seek has seen to it that the
 // track has data: anything else is a fault of the program, which must not go on.
 int32_t zbuf_setpos(xvor_t *h) {
-    vorpriv *p = priv(h);
+    DeflateLayer *z = layer(h);
     if (h->track < 0 || h->track >= h->xsize || h->track >= h->seekroom) std::abort();
     const int64_t entry = h->seektab[h->track];
     if (entry < 0) std::abort();
     h->bufpos = entry;
-    const int64_t distance = entry - p->zbufpos;
-    if (distance >= 0 && distance < p->zbuflen) {
-        p->zs.next_in = p->zbuf + distance;
-        p->zs.avail_in = static_cast<uInt>(p->zbuflen - distance);
+    const int64_t distance = entry - z->zbufpos;
+    if (distance >= 0 && distance < z->zbuflen) {
+        z->zs.next_in = z->zbuf + distance;
+        z->zs.avail_in = static_cast<uInt>(z->zbuflen - distance);
         return 0;
     }
-    forget_chunk(p, entry);
+    forget_chunk(z, entry);
     if (kel_lseek(h->fd, entry, KEL_SEEK_SET) == entry) return 0;
     return lferror(h, "zbuf_setpos", LFE_OS, 0, nullptr);
 }
 
 int32_t zfillbuf(xvor_t *h) {
     if (has(h, LF_EOF)) return -1;
-    vorpriv *p = priv(h);
+    DeflateLayer *z = layer(h);
     forget_buffer(h);
-    if (++p->zfills > most_fills) return lferror(h, "zfillbuf", LFE_CORRUPT, 0, nullptr);
-    z_stream *zs = &p->zs;
+    if (++z->zfills > most_fills) return lferror(h, "zfillbuf", LFE_CORRUPT, 0, nullptr);
+    z_stream *zs = &z->zs;
     zs->next_in = nullptr;
     zs->avail_in = 0;
     if (inflateReset(zs) != Z_OK) return zlib_failed(h);
@@ -138,7 +138,7 @@ int32_t zfillbuf(xvor_t *h) {
     zs->avail_out = h->bufsize;
     if (zbuf_setpos(h) < 0) return -1;
     for (;;) {
-        if (zs->avail_in == 0 && refill(h, p) < 0) return -1;
+        if (zs->avail_in == 0 && refill(h, z) < 0) return -1;
         const int result = inflate(zs, Z_SYNC_FLUSH);
         if (result == Z_STREAM_END) {
             h->bufend = h->buf + zs->total_out;

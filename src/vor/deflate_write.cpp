@@ -14,8 +14,8 @@ constexpr int level = 9;
 
 // Compresses `size` bytes of the buffer and sends them out.
 int32_t deflate_track(xvor_t *h, size_t size, const char *where) {
-    vorpriv *p = priv(h);
-    z_stream *zs = &p->zs;
+    DeflateLayer *z = layer(h);
+    z_stream *zs = &z->zs;
     if (deflateReset(zs) != Z_OK) {
         zerror(h);
         return -1;
@@ -23,7 +23,7 @@ int32_t deflate_track(xvor_t *h, size_t size, const char *where) {
     zs->next_in = h->buf;
     zs->avail_in = static_cast<uInt>(size);
     for (;;) {
-        zs->next_out = p->zbuf;
+        zs->next_out = z->zbuf;
         zs->avail_out = zbuf_size;
         const int result = deflate(zs, Z_FINISH);
         if (result != Z_OK && result != Z_STREAM_END) {
@@ -32,7 +32,7 @@ int32_t deflate_track(xvor_t *h, size_t size, const char *where) {
         }
         const size_t made = zbuf_size - zs->avail_out;
         h->bufpos += static_cast<int64_t>(made);
-        if (!write_all(h->fd, p->zbuf, made)) return lferror(h, where, LFE_OS, 0, nullptr);
+        if (!write_all(h->fd, z->zbuf, made)) return lferror(h, where, LFE_OS, 0, nullptr);
         if (result == Z_STREAM_END) return 0;
     }
 }
@@ -57,14 +57,14 @@ int32_t setwrite(xvor_t *h) {
     // Blank tracks become marks, also where the caller wants each track coded.
     h->flags &= ~LF_ASIS;
     h->flags |= LF_NEEDSEEKTAB;
-    vorpriv *p = priv(h);
-    end_stream(h);
-    p->zs = {};
-    if (deflateInit(&p->zs, level) != Z_OK) {
-        return lferror(h, "deflate init", LFE_OS, 0, zlib_message(p->zs));
+    DeflateLayer *z = layer(h);
+    end_stream(z, access_of(h));
+    z->zs = {};
+    if (deflateInit(&z->zs, level) != Z_OK) {
+        return lferror(h, "deflate init", LFE_OS, 0, zlib_message(z->zs));
     }
-    p->zinit = true;
-    p->codecwrite = h->writetrack;
+    z->zinit = true;
+    z->codecwrite = h->writetrack;
     h->writetrack = zwritetrack;
     h->flushbuf = has(h, LF_SWAP16) ? zflushbuf_sw : zflushbuf;
     h->bufptr = h->buf;
@@ -74,7 +74,7 @@ int32_t setwrite(xvor_t *h) {
 
 int32_t zwritetrack(xvor_t *h, trackbuf *t) {
     h->bufptr = h->buf;
-    return priv(h)->codecwrite(h, t) < 0 ? -1 : lfflush(h);
+    return layer(h)->codecwrite(h, t) < 0 ? -1 : lfflush(h);
 }
 
 int32_t zflushbuf(xvor_t *h) {
@@ -92,21 +92,20 @@ int32_t zflushbuf_sw(xvor_t *h) {
 // The where-text goes by the access of the handle, not by the kind of the stream.
 void zerror(xvor_t *h) {
     const char *where = lfiswrite(h) != 0 ? "zlib deflate" : "zlib inflate";
-    lferror(h, where, LFE_OS, 0, zlib_message(priv(h)->zs));
+    lferror(h, where, LFE_OS, 0, zlib_message(layer(h)->zs));
 }
 
 const char *zlib_message(const z_stream &zs) {
     return zs.msg ? zs.msg : "<unknown error>";
 }
 
-void end_stream(xvor_t *h) {
-    vorpriv *p = priv(h);
-    if (!p->zinit) return;
-    p->zinit = false;
-    if (access_of(h) == LF_WRITE) {
-        deflateEnd(&p->zs);
+void end_stream(DeflateLayer *z, uint32_t access) {
+    if (!z->zinit) return;
+    z->zinit = false;
+    if (access == LF_WRITE) {
+        deflateEnd(&z->zs);
     } else {
-        inflateEnd(&p->zs);
+        inflateEnd(&z->zs);
     }
 }
 

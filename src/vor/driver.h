@@ -12,29 +12,33 @@ namespace vor {
 
 constexpr int zbuf_size = 4096;
 
+// What a compressed file needs beyond a plain one, so that a plain one does not pay for it.
+struct DeflateLayer {
+    lf_writetrack_fn codecwrite; // the codec's writetrack while the layer stands in its place
+    z_stream zs;                 // for deflate or inflate, by the access
+    uint8_t zbuf[zbuf_size];     // compressed data on their way to or from the file
+    int64_t zbufpos;             // file offset of zbuf's first byte, on read
+    int32_t zbuflen;             // bytes held in zbuf, on read
+    int32_t zfills;              // fills since the last seek, on read
+    bool zinit;                  // zs has been started and is to be ended
+};
+
 // The handle's fmtdata. Its head is the header image, always in the machine's byte order, so that
 // it can be changed in place and written as it stands.
 struct vorpriv {
     vorhdr hdr;
     uint16_t *ctabs;   // 256 words a table, owned; null when there are none
     int32_t ntagslots; // slots in tags
+    bool tagsfailed;   // the tags could not be loaded: an update writes nothing
     vortag **tags;     // owned, and so are the records; null before the first load
     int64_t seekoff;   // offsets of the sections, 0 if none
     int64_t tagoff;
     int64_t cinfooff;
     int64_t stopoff;
     int64_t ctaboff;
-    lf_writetrack_fn codecwrite; // the codec's own, while the deflate layer stands in its place
-    int32_t zactive;             // 1 from the moment vor_check decides that the file is compressed
-    z_stream zs;                 // for deflate or inflate, by the access
-    uint8_t zbuf[zbuf_size];     // compressed data on their way to or from the file
-    int64_t zbufpos;             // file offset of zbuf's first byte, on read
-    int32_t zbuflen;             // bytes held in zbuf, on read
 
     // Behind the fields of the record, for this implementation alone:
-    bool zinit;         // zs has been started and is to be ended
-    bool tagsfailed;    // the tags could not be loaded: an update writes nothing
-    int32_t zfills;     // fills since the last seek, on read
+    DeflateLayer *z;    // of a compressed file, from vor_check on; owned
     int32_t ctabroom;   // tables that ctabs has room for
     uint32_t filectabs; // ctabcount as the file has it: an update leaves the section as it is
     TagIndex tagindex;  // finds slots of tags
@@ -44,6 +48,10 @@ static_assert(sizeof(vorhdr) == VOR_HDRSIZE);
 
 inline vorpriv *priv(const xvor_t *h) {
     return static_cast<vorpriv *>(h->fmtdata);
+}
+
+inline DeflateLayer *layer(const xvor_t *h) {
+    return priv(h)->z;
 }
 
 inline bool is_swapped(const xvor_t *h) {
@@ -103,8 +111,8 @@ int32_t zfillbuf_sw(xvor_t *h);
 int32_t zbuf_setpos(xvor_t *h);
 int32_t zseek(xvor_t *h, int32_t n); // k + 1 for a blank track of colour k
 void zerror(xvor_t *h);
-void end_stream(xvor_t *h);                   // ends zs if it has been started
-const char *zlib_message(const z_stream &zs); // its text, or "<unknown error>"
+void end_stream(DeflateLayer *z, uint32_t access); // if it has been started
+const char *zlib_message(const z_stream &zs);      // its text, or "<unknown error>"
 
 // writer.cpp
 int32_t vor_wrsetup(xvor_t *h);

@@ -195,7 +195,8 @@ int32_t fit_buffer(xvor_t *h) {
 int32_t check_compressed(xvor_t *h, vorpriv *p) {
     if (fit_buffer(h) < 0) return -1;
     h->flags &= ~LF_SEQUENTIAL;
-    p->zactive = 1;
+    if (!p->z) p->z = allocate_zeroed<DeflateLayer>(1);
+    if (!p->z) return lferror(h, "vor_check", LFE_MEMORY, 0, nullptr);
     return access_of(h) == LF_WRITE ? setwrite(h) : vor_setread(h);
 }
 
@@ -233,7 +234,8 @@ int32_t vor_free(xvor_t *h) {
     if (!p) return 0;
     std::free(p->ctabs);
     free_tags(p);
-    end_stream(h);
+    if (p->z) end_stream(p->z, access_of(h));
+    std::free(p->z);
     std::free(p);
     h->fmtdata = nullptr;
     return 0;

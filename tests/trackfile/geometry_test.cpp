@@ -104,8 +104,11 @@ TEST_F(Lfscale, RoundsToTheNearestTrackAndPixel) {
     const struct {
         double xres, yres;
         int32_t xsize, ysize;
-    } rows[] = {
-        {10.4, 20.09, 10, 100}, {10.5, 20.11, 11, 101}, {10.6, 19.91, 11, 100}, {9.49, 0.1, 9, 1}};
+    } rows[] = {{10.4, 20.09, 10, 100},
+                {10.5, 20.11, 11, 101},
+                {10.6, 19.91, 11, 100},
+                {9.49, 0.1, 9, 1},
+                {0.04, 0.09, 0, 0}};
     for (const auto &row : rows) {
         const Handle h = open(LF_READ);
         EXPECT_EQ(lfscale(h.get(), row.xres, row.yres), 0);
@@ -216,11 +219,14 @@ TEST_F(Lfsetsize, ASizeNotAboveZeroIsRefusedOnEveryRoad) {
 
 TEST_F(Lfsetsize, NeedsTheResolutionOfTheFile) {
     for (const double missing : {0.0, -1.0, nan}) {
-        toy.yres = missing;
-        const Handle h = open(LF_READ);
-        EXPECT_EQ(lfsetsize(h.get(), 5, 5), -1);
-        EXPECT_EQ(log.take(), Lines{"lfsetsize: invalid argument | bad scaling (<=0)"});
-        EXPECT_EQ(output_of(h), (Size{10, 100}));
+        for (const auto &[xres, yres] : {std::pair{missing, 20.0}, std::pair{10.0, missing}}) {
+            toy.xres = xres;
+            toy.yres = yres;
+            const Handle h = open(LF_READ);
+            EXPECT_EQ(lfsetsize(h.get(), 5, 5), -1);
+            EXPECT_EQ(log.take(), Lines{"lfsetsize: invalid argument | bad scaling (<=0)"});
+            EXPECT_EQ(output_of(h), (Size{10, 100}));
+        }
     }
 }
 
@@ -257,6 +263,7 @@ TEST_F(Lfsetsize, OnUpdateFailsWithoutAReport) {
 }
 
 TEST_F(LfsetsizeOnWrite, DescribesTheFileThatIsToBeMade) {
+    toy.on_wrsetup = [](xvor_t *h) { h->xa = h->ya = 5; };
     const Handle h = open(LF_WRITE);
     EXPECT_EQ(lfsetsize(h.get(), 7, 80), 0);
     EXPECT_EQ(window_of(h), (Window{0, 0, 7, 80}));
@@ -306,10 +313,13 @@ TEST_F(Lfclip, OfNothingWorksOnUpdateToo) {
 }
 
 TEST_F(Lfclip, OfNothingOnAFileWithoutASizeIsRefused) {
-    toy.pixels = 0;
-    const Handle h = open(LF_READ);
-    EXPECT_EQ(lfclip(h.get(), nullptr), -1);
-    EXPECT_EQ(log.take(), Lines{"lfclip: invalid argument | no initial clip window (yet)"});
+    for (const auto &[tracks, pixels] : {std::pair{0, 100}, std::pair{10, 0}}) {
+        toy.tracks = tracks;
+        toy.pixels = pixels;
+        const Handle h = open(LF_READ);
+        EXPECT_EQ(lfclip(h.get(), nullptr), -1);
+        EXPECT_EQ(log.take(), Lines{"lfclip: invalid argument | no initial clip window (yet)"});
+    }
 }
 
 TEST_F(Lfclip, EndsOfZeroMeanTheFilesEndAndAreFilledIn) {
@@ -606,6 +616,17 @@ TEST_F(LateGeometry, ReadsGoOnWithTheOldTablesUntilTheNextLfcheck) {
     ASSERT_EQ(lfcheck(h.get()), 0);
     ASSERT_EQ(lfread(h.get(), track.get(), 5), 1);
     EXPECT_EQ(track.runs()[0].second, 5u);
+}
+
+TEST_F(LateGeometry, ATrackHeldFromBeforeIsDecodedAnew) {
+    const Handle h = open(LF_READ);
+    Track track;
+    ASSERT_EQ(lfread(h.get(), track.get(), 3), 1);
+    EXPECT_EQ(track.runs(), (Runs{{100, 3}}));
+    ASSERT_EQ(lfsetsize(h.get(), 10, 50), 0);
+    ASSERT_EQ(lfcheck(h.get()), 0);
+    ASSERT_EQ(lfread(h.get(), track.get(), 3), 1);
+    EXPECT_EQ(track.runs(), (Runs{{50, 3}}));
 }
 
 TEST_F(LateGeometry, AWideningDoesNotReadBeyondTheOldTables) {

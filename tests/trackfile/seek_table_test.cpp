@@ -226,6 +226,15 @@ TEST_F(SeekTableWalk, LeavesThePositionAtTheData) {
     EXPECT_EQ(kel_lseek(h->fd, 0, KEL_SEEK_CUR), Toy::data_offset);
 }
 
+TEST_F(SeekTableWalk, ATrackOfNoCodesIsNoFailure) {
+    toy.skiptrack = [](xvor_t *h, int32_t y) -> int32_t {
+        return Toy::skip_bytes(h, y) < 0 ? -1 : 0;
+    };
+    const Handle h = open();
+    ASSERT_EQ(lfcheck(h.get()), 0);
+    EXPECT_EQ(table_of(h), offsets_of({0, 1, 2, 3, 4, 5, 6, 7, 8, 9}));
+}
+
 // ---- measuring ------------------------------------------------------------------------------
 
 TEST_F(SeekTableMeasure, FindsTheLongestTracksCodesOnAFileWithATable) {

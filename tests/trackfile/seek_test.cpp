@@ -433,6 +433,18 @@ TEST_F(SeekBySkipping, RepeatedImageTracksAreNotSkipped) {
     }
 }
 
+TEST_F(SeekBySkipping, ALaterLfcheckStartsAtTheFirstTrackAgain) {
+    const Handle h = open(LF_SEQUENTIAL);
+    for (int32_t i = 0; i < 6; ++i)
+        ASSERT_GT(lfread(h.get(), track.get(), i), 0);
+    ASSERT_EQ(lfsetsize(h.get(), 20, 100), 0);
+    ASSERT_EQ(lfcheck(h.get()), 0);
+    for (int32_t i = 0; i < 20; ++i) {
+        ASSERT_GE(lfread(h.get(), track.get(), i), 0);
+        EXPECT_EQ(track.runs()[0].first, static_cast<uint32_t>(i / 2 + 1)) << i;
+    }
+}
+
 TEST_F(SeekBySkipping, FailureOnTheWayBackIsToldByTheCodecAlone) {
     const Handle h = open_unchecked(LF_SEQUENTIAL);
     int32_t window[4] = {3, 0, 9, 0};

@@ -1,0 +1,320 @@
+// The quick readers and walkers against the plain one: results, runs, reports and positions are the
+// same on good tracks and on bad ones.
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <random>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "codecs/fixed_readers.h"
+#include "support/owned_handles.h"
+#include "support/report_log.h"
+
+namespace vor::test {
+namespace {
+
+// All that decides how a track is read.
+struct Setting {
+    std::vector<uint8_t> data;
+    uint32_t flags = 0;
+    int32_t fysize = 0;
+    int32_t ya = 0, ye = 0, ysize = 0;
+    uint32_t bufsize = LF_BUFSIZE;
+    size_t chunk = SIZE_MAX;
+    int fills_allowed = INT32_MAX;
+    uint32_t room = 64;
+    bool hook = false;
+    int32_t hook_result = 0;
+    bool one_colour = false; // entries 0 and 255 of the colour table are the same
+};
+
+struct Outcome {
+    int32_t result = 0;
+    Runs runs;
+    Lines reports;
+    size_t position = 0;
+    std::vector<int32_t> missing; // what the hook was told
+    bool operator==(const Outcome &) const = default;
+};
+
+std::vector<int32_t> hook_calls;
+int32_t hook_answer;
+
+int32_t hear_missing(xvor_t *, trackbuf *, int32_t missing) {
+    hook_calls.push_back(missing);
+    return hook_answer;
+}
+
+class SetHandle : public CodecHandle {
+public:
+    SetHandle(const Setting &s, Form form) : CodecHandle(s.data, s.bufsize) {
+        get()->flags = s.flags;
+        get()->fysize = s.fysize;
+        set_window(s.ya, s.ye, s.ysize);
+        chunk = s.chunk;
+        fills_allowed = s.fills_allowed;
+        get()->skiptrack = skip_of(form);
+        hook_calls.clear();
+        hook_answer = s.hook_result;
+        if (s.hook) get()->shorttrack = hear_missing;
+        for (int i = 0; i < LF_NCOLORS; ++i)
+            get()->ctable[i] =
+                static_cast<uint16_t>(i / 2 + 100); // pairs of numbers share a colour
+        if (s.one_colour) get()->ctable[255] = get()->ctable[0];
+    }
+};
+
+Outcome quick_reading(const FixedReader &reader, const Setting &s, ReportLog *log) {
+    SetHandle h(s, reader.kind.form);
+    Track track(s.room);
+    Outcome outcome;
+    outcome.result = reader.read(h.get(), track.get());
+    outcome.runs = track.runs();
+    outcome.reports = log->take();
+    outcome.position = h.position();
+    outcome.missing = hook_calls;
+    return outcome;
+}
+
+Outcome plain_reading(const FixedReader &reader, const Setting &s) {
+    SetHandle h(s, reader.kind.form);
+    Track track(1);
+    PlainReader plain(h.get(), reader.kind, s.room);
+    Outcome outcome;
+    outcome.result = plain.read(track.get());
+    outcome.runs = plain.runs();
+    outcome.reports = plain.reports();
+    outcome.position = h.position();
+    outcome.missing = hook_calls;
+    return outcome;
+}
+
+Outcome quick_skip(const FixedReader &reader, const Setting &s, int32_t y, ReportLog *log) {
+    SetHandle h(s, reader.kind.form);
+    Outcome outcome;
+    outcome.result = skip_of(reader.kind.form)(h.get(), y);
+    outcome.reports = log->take();
+    outcome.position = h.position();
+    return outcome;
+}
+
+Outcome plain_skip(const FixedReader &reader, const Setting &s, int32_t y) {
+    SetHandle h(s, reader.kind.form);
+    PlainReader plain(h.get(), reader.kind, 0);
+    Outcome outcome;
+    outcome.result = plain.skip(y);
+    outcome.reports = plain.reports();
+    outcome.position = h.position();
+    return outcome;
+}
+
+std::ostream &operator<<(std::ostream &out, const Outcome &o) {
+    out << "result " << o.result << ", position " << o.position << ", runs";
+    for (const auto &[length, colour] : o.runs)
+        out << " " << length << "x" << colour;
+    for (const std::string &line : o.reports)
+        out << ", \"" << line << "\"";
+    for (const int32_t missing : o.missing)
+        out << ", missing " << missing;
+    return out;
+}
+
+std::ostream &operator<<(std::ostream &out, const Setting &s) {
+    out << "bytes";
+    for (size_t i = 0; i < std::min<size_t>(s.data.size(), 40); ++i)
+        out << " " << int{s.data[i]};
+    return out << " of " << s.data.size() << ", flags " << s.flags << ", fysize " << s.fysize
+               << ", window " << s.ya << " to " << s.ye << " as " << s.ysize << ", buffer "
+               << s.bufsize << "/" << s.chunk << ", fills " << s.fills_allowed << ", room "
+               << s.room << ", hook " << s.hook << " " << s.hook_result << ", one colour "
+               << s.one_colour;
+}
+
+class FixedAgreement : public ::testing::TestWithParam<FixedReader> {
+protected:
+    FixedReader reader = GetParam();
+    Form form = reader.kind.form;
+    size_t unit = code_bytes(form);
+    ReportLog log;
+
+    // The one-to-one readers stand only where both lengths are equal.
+    void expect_same_reading(Setting s) {
+        if (!reader.kind.scaled) s.ysize = s.ye - s.ya;
+        const Outcome plain = plain_reading(reader, s);
+        const Outcome quick = quick_reading(reader, s, &log);
+        ASSERT_EQ(quick, plain) << s;
+    }
+    void expect_same_skip(const Setting &s, int32_t y) {
+        const Outcome plain = plain_skip(reader, s, y);
+        const Outcome quick = quick_skip(reader, s, y, &log);
+        ASSERT_EQ(quick, plain) << s << ", from " << y;
+    }
+};
+
+std::string reader_name(const ::testing::TestParamInfo<FixedReader> &info) {
+    return info.param.kind.name;
+}
+
+INSTANTIATE_TEST_SUITE_P(Readers, FixedAgreement, ::testing::ValuesIn(fixed_readers), reader_name);
+
+constexpr uint32_t flag_sets[] = {
+    0, LF_TRKEND, LF_TRKBEGIN, LF_TRKBEGIN | LF_TRKEND, LF_LAXTRACK, LF_TRKEND | LF_LAXTRACK,
+};
+
+// All tracks of up to three codes, out of lengths 0 to 2 and both colours, in every window of a
+// file of four pixels a track.
+TEST_P(FixedAgreement, OnAllSmallTracks) {
+    const Codes alphabet = {{0, 0}, {1, 0}, {1, 1}, {2, 0}, {2, 1}};
+    std::vector<Codes> tracks = {{}};
+    for (size_t i = 0; i < tracks.size(); ++i) {
+        if (tracks[i].size() == 3) continue;
+        for (const Code &code : alphabet) {
+            Codes longer = tracks[i];
+            longer.push_back(code);
+            tracks.push_back(longer);
+        }
+    }
+    uint32_t turn = 0;
+    for (const Codes &track : tracks) {
+        for (const uint32_t flags : flag_sets) {
+            for (const int32_t ysize : {1, 2, 3, 5}) {
+                Setting s;
+                s.data = coded(form, track);
+                s.flags = flags;
+                s.fysize = 4;
+                s.ya = static_cast<int32_t>(turn % 3);
+                s.ye = s.ya + 1 + static_cast<int32_t>(turn / 3 % 4);
+                s.ysize = ysize;
+                s.bufsize = static_cast<uint32_t>((1 + turn % 4) * unit);
+                s.room = 1 + turn % 5;
+                s.hook = turn % 7 == 0;
+                s.fills_allowed = turn % 5 == 0 ? 1 : INT32_MAX;
+                ++turn;
+                ASSERT_NO_FATAL_FAILURE(expect_same_reading(s));
+                if (reader.kind.scaled && !reader.kind.reversed) {
+                    ASSERT_NO_FATAL_FAILURE(expect_same_skip(s, static_cast<int32_t>(turn % 6)));
+                }
+            }
+        }
+    }
+}
+
+class RandomTracks {
+public:
+    RandomTracks(Form form, uint64_t start) : form_(form), random_(start) {}
+
+    uint32_t below(uint64_t limit) { return static_cast<uint32_t>(random_() % limit); }
+
+    // A well-formed track, with its zero codes as the flags ask for.
+    Setting good() {
+        Setting s;
+        s.flags = flag_sets[below(4)];
+        Codes codes;
+        if ((s.flags & LF_TRKBEGIN) != 0) codes.push_back({0, below(2)});
+        const uint32_t count = 1 + below(below(4) == 0 ? 300 : 12);
+        const uint32_t longest = below(3) == 0 ? longest_code(form_) : 9;
+        for (uint32_t i = 0; i < count; ++i) {
+            codes.push_back({1 + below(longest), colour()});
+            s.fysize += static_cast<int32_t>(codes.back().length);
+        }
+        if ((s.flags & LF_TRKEND) != 0) codes.push_back({0, below(2)});
+        for (uint32_t i = below(4); i > 0; --i)
+            codes.push_back({1 + below(9), colour()}); // of the next track
+        s.data = coded(form_, codes);
+        choose_window(&s);
+        s.bufsize = static_cast<uint32_t>(code_bytes(form_)) * (1 + below(below(2) == 0 ? 6 : 400));
+        s.room = count + 1;
+        s.one_colour = below(4) == 0;
+        return s;
+    }
+
+    // The same with something wrong.
+    Setting bad() {
+        Setting s = good();
+        switch (below(8)) {
+        case 0:
+            s.fysize += static_cast<int32_t>(below(9)) - 4;
+            break;
+        case 1:
+            s.data[below(s.data.size())] = 0;
+            break;
+        case 2:
+            s.data[below(s.data.size())] = static_cast<uint8_t>(below(256));
+            break;
+        case 3:
+            s.data.resize(below(s.data.size()));
+            break;
+        case 4:
+            s.fills_allowed = static_cast<int>(below(4));
+            break;
+        case 5:
+            s.room = 1 + below(s.room);
+            break;
+        case 6:
+            s.chunk = 1 + below(uint64_t{2} * s.bufsize);
+            break;
+        default:
+            s.ye += static_cast<int32_t>(below(20));
+            break;
+        }
+        if (below(3) == 0) s.flags ^= flag_sets[below(6)];
+        s.hook = below(4) == 0;
+        s.hook_result = below(2) == 0 ? 0 : -1;
+        return s;
+    }
+
+private:
+    uint32_t colour() { return form_ == Form::fw88 ? below(256) : below(2); }
+
+    void choose_window(Setting *s) {
+        s->ye = s->fysize;
+        if (below(2) == 0) {
+            s->ya = static_cast<int32_t>(below(static_cast<uint64_t>(s->fysize)));
+            s->ye =
+                s->ya + 1 + static_cast<int32_t>(below(static_cast<uint64_t>(s->fysize - s->ya)));
+        }
+        const uint64_t w = static_cast<uint64_t>(s->ye - s->ya);
+        const uint64_t longest[] = {w, 2 * w + 3, 7, 5000000};
+        s->ysize = static_cast<int32_t>(1 + below(longest[below(4)]));
+    }
+
+    Form form_;
+    std::mt19937_64 random_;
+};
+
+TEST_P(FixedAgreement, OnRandomGoodTracks) {
+    RandomTracks tracks(form, 31);
+    for (int i = 0; i < 10000; ++i) {
+        const Setting s = tracks.good();
+        ASSERT_NO_FATAL_FAILURE(expect_same_reading(s));
+        ASSERT_NO_FATAL_FAILURE(expect_same_skip(s, 0));
+    }
+}
+
+TEST_P(FixedAgreement, OnRandomBadTracks) {
+    RandomTracks tracks(form, 32);
+    for (int i = 0; i < 20000; ++i) {
+        const Setting s = tracks.bad();
+        ASSERT_NO_FATAL_FAILURE(expect_same_reading(s));
+        ASSERT_NO_FATAL_FAILURE(expect_same_skip(s, 0));
+    }
+}
+
+// Bytes at random are tracks too.
+TEST_P(FixedAgreement, OnRandomBytes) {
+    RandomTracks random(form, 33);
+    for (int i = 0; i < 10000; ++i) {
+        Setting s = random.bad();
+        s.data.resize(random.below(40));
+        for (uint8_t &byte : s.data)
+            byte = static_cast<uint8_t>(random.below(4) == 0 ? 0 : random.below(256));
+        ASSERT_NO_FATAL_FAILURE(expect_same_reading(s));
+        ASSERT_NO_FATAL_FAILURE(expect_same_skip(s, static_cast<int32_t>(random.below(50))));
+    }
+}
+
+} // namespace
+} // namespace vor::test
