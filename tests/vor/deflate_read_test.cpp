@@ -224,9 +224,17 @@ TEST_F(DeflateReading, UnknownSchemeIsRefusedAtTheCheck) {
 TEST_F(DeflateReading, NoMemoryForTheSeekTable) {
     const Handle h = open(zipped_file(2, 2));
     ASSERT_TRUE(h);
-    const FailingMalloc fails(2); // the first is the buffer's
+    const FailingMalloc fails(3); // behind those of the buffer and of the layer
     EXPECT_EQ(-1, lfcheck(h.get()));
     EXPECT_EQ("set read: out of memory", reports.take().at(0));
+}
+
+TEST_F(DeflateReading, NoMemoryForTheLayer) {
+    const Handle h = open(zipped_file(2, 2));
+    ASSERT_TRUE(h);
+    const FailingMalloc fails(2);
+    EXPECT_EQ(-1, lfcheck(h.get()));
+    EXPECT_EQ("vor_check: out of memory", reports.take().at(0));
 }
 
 TEST_F(DeflateReading, MoreTracksThanTheFileHasBytesAreNeverMadeRoomFor) {
@@ -235,7 +243,7 @@ TEST_F(DeflateReading, MoreTracksThanTheFileHasBytesAreNeverMadeRoomFor) {
     file.write(name);
     const Handle h = open();
     ASSERT_TRUE(h);
-    const FailingMalloc fails(2);
+    const FailingMalloc fails(3);
     EXPECT_EQ(-1, lfcheck(h.get()));
     EXPECT_EQ("set read: file corrupted | file too short for its tracks", reports.take().at(0));
     EXPECT_FALSE(fails.reached());
