@@ -50,8 +50,8 @@ struct lffmt_t {
     int32_t (*close)(xvor_t *h);
 
     /* Called by lfcheck. Assigns readtrack, skiptrack and writetrack as the access needs, through
-     * lfrw_functions or by itself, and if it wants seekfn, fillbuf, flushbuf, special. May be called
-     * again after a late change of the geometry. 0, or negative for a failure. */
+     * lfrw_functions or by itself, and if it wants seekfn, fillbuf, flushbuf, special. May be
+     * called again after a late change of the geometry. 0, or negative for a failure. */
     int32_t (*check)(xvor_t *h);
 
     /* Optional. Fills seektab (xsize entries) from the file. Positive: done. 0: no table there.

@@ -26,35 +26,36 @@ typedef struct trackbuf trackbuf;
 
 /* ---- modes and state ------------------------------------------------------------------------ */
 
-/* The access of a handle, the two low bits of its mode. LF_BADACCESS opens, and fails in lfcheck. */
+/* The access of a handle, the two low bits of its mode. LF_BADACCESS opens, and fails in lfcheck.
+ */
 enum { LF_READ = 0, LF_WRITE = 1, LF_UPDATE = 2, LF_BADACCESS = 3 };
 
 /* The further bits of a mode, and of the field `flags` of a handle. */
-#define LF_ACCMODE UINT32_C(0x3)            /* mask of the access */
-#define LF_GROW UINT32_C(0x4)               /* write: number of tracks not known, the tables grow */
-#define LF_FORCETYPE UINT32_C(0x8)          /* take the type argument, do not detect */
-#define LF_MEASURE UINT32_C(0x10)           /* measure maxruns while the seek table is built */
-#define LF_RAWFW32 UINT32_C(0x20)           /* open as format "fw32", implies LF_FORCETYPE */
-#define LF_ASIS UINT32_C(0x40)              /* window as given, every track coded literally */
-#define LF_SEQUENTIAL UINT32_C(0x100)       /* never build a seek table: seek by skipping */
-#define LF_STOPS UINT32_C(0x200)            /* keep a stop table */
-#define LF_NOCRC UINT32_C(0x400)            /* do not compute the header checksum */
-#define LF_NOCOLOR UINT32_C(0x800)          /* leave colour tables and colour info alone */
-#define LF_YMIRROR UINT32_C(0x1000)         /* tracks are read and written reversed along Y */
-#define LF_NEEDSEEKTAB UINT32_C(0x2000)     /* state: lfcheck builds the seek table at once */
-#define LF_DIRTY UINT32_C(0x4000)           /* header data changed */
-#define LF_SWAPPED UINT32_C(0x8000)         /* the file's byte order is the other one */
-#define LF_SWAP16 UINT32_C(0x10000)         /* the buffer is swapped in 16-bit units */
-#define LF_BITMAP UINT32_C(0x20000)         /* tracks are rows of pixel bytes */
-#define LF_TRKBEGIN UINT32_C(0x40000)       /* tracks begin with a zero-length code */
-#define LF_TRKEND UINT32_C(0x80000)         /* tracks end with a zero-length code */
-#define LF_LAXTRACK UINT32_C(0x100000)      /* do not insist on track ends and pixel sums */
-#define LF_INTERLEAVED UINT32_C(0x200000)   /* state: bitmap pixels lie nctab bytes apart */
-#define LF_EOF UINT32_C(0x400000)           /* state: the buffer refuses to fill */
-#define LF_CHECKED UINT32_C(0x800000)       /* state: lfcheck has passed */
-#define LF_XMIRROR UINT32_C(0x1000000)      /* track order is reversed on read */
-#define LF_BADHDRCRC UINT32_C(0x2000000)    /* state: the header checksum did not match */
-#define LF_STATEBITS UINT32_C(0x02E02000)   /* bits that a caller cannot set in a mode */
+#define LF_ACCMODE UINT32_C(0x3)          /* mask of the access */
+#define LF_GROW UINT32_C(0x4)             /* write: number of tracks not known, the tables grow */
+#define LF_FORCETYPE UINT32_C(0x8)        /* take the type argument, do not detect */
+#define LF_MEASURE UINT32_C(0x10)         /* measure maxruns while the seek table is built */
+#define LF_RAWFW32 UINT32_C(0x20)         /* open as format "fw32", implies LF_FORCETYPE */
+#define LF_ASIS UINT32_C(0x40)            /* window as given, every track coded literally */
+#define LF_SEQUENTIAL UINT32_C(0x100)     /* never build a seek table: seek by skipping */
+#define LF_STOPS UINT32_C(0x200)          /* keep a stop table */
+#define LF_NOCRC UINT32_C(0x400)          /* do not compute the header checksum */
+#define LF_NOCOLOR UINT32_C(0x800)        /* leave colour tables and colour info alone */
+#define LF_YMIRROR UINT32_C(0x1000)       /* tracks are read and written reversed along Y */
+#define LF_NEEDSEEKTAB UINT32_C(0x2000)   /* state: lfcheck builds the seek table at once */
+#define LF_DIRTY UINT32_C(0x4000)         /* header data changed */
+#define LF_SWAPPED UINT32_C(0x8000)       /* the file's byte order is the other one */
+#define LF_SWAP16 UINT32_C(0x10000)       /* the buffer is swapped in 16-bit units */
+#define LF_BITMAP UINT32_C(0x20000)       /* tracks are rows of pixel bytes */
+#define LF_TRKBEGIN UINT32_C(0x40000)     /* tracks begin with a zero-length code */
+#define LF_TRKEND UINT32_C(0x80000)       /* tracks end with a zero-length code */
+#define LF_LAXTRACK UINT32_C(0x100000)    /* do not insist on track ends and pixel sums */
+#define LF_INTERLEAVED UINT32_C(0x200000) /* state: bitmap pixels lie nctab bytes apart */
+#define LF_EOF UINT32_C(0x400000)         /* state: the buffer refuses to fill */
+#define LF_CHECKED UINT32_C(0x800000)     /* state: lfcheck has passed */
+#define LF_XMIRROR UINT32_C(0x1000000)    /* track order is reversed on read */
+#define LF_BADHDRCRC UINT32_C(0x2000000)  /* state: the header checksum did not match */
+#define LF_STATEBITS UINT32_C(0x02E02000) /* bits that a caller cannot set in a mode */
 
 /* ---- error codes ---------------------------------------------------------------------------- */
 
@@ -156,47 +157,47 @@ typedef int32_t (*lf_fill_fn)(xvor_t *h);
 /* Writes the buffer out. Result: 0 or -1. */
 typedef int32_t (*lf_flush_fn)(xvor_t *h);
 
-#define LF_MAGIC "seV7"       /* the bytes of `magic` in an open handle */
-#define LF_BUFSIZE 16384      /* bytes of the buffer at open */
-#define LF_NCOLORS 256        /* entries of `ctable` */
-#define LF_HEADSIZE 1024      /* bytes of a file's head that `detect` is given */
+#define LF_MAGIC "seV7"  /* the bytes of `magic` in an open handle */
+#define LF_BUFSIZE 16384 /* bytes of the buffer at open */
+#define LF_NCOLORS 256   /* entries of `ctable` */
+#define LF_HEADSIZE 1024 /* bytes of a file's head that `detect` is given */
 
 /* An open track file. Format drivers and codecs reach into it; programs use the calls below. */
 struct xvor_t {
-    uint32_t magic;     /* LF_MAGIC once the open has gone through */
-    uint32_t flags;     /* mode and state, LF_ bits */
-    int32_t fmt;        /* row of the format table (major type number) */
-    int32_t subtype;    /* minor type number; its meaning belongs to the format */
-    int32_t nctab;      /* colour tables; also the pixel stride of interleaved bitmaps */
-    int32_t bits;       /* bits per pixel, set by the format */
-    int32_t ctabno;     /* colour table now in `ctable`; also the plane of interleaved bitmaps */
-    int32_t fd;         /* file descriptor; negative for none */
-    uint32_t fdev;      /* device number of the file */
-    char *name;         /* copy of the file name, owned */
-    double xres, yres;  /* resolution in force, pixels per mm */
+    uint32_t magic;    /* LF_MAGIC once the open has gone through */
+    uint32_t flags;    /* mode and state, LF_ bits */
+    int32_t fmt;       /* row of the format table (major type number) */
+    int32_t subtype;   /* minor type number; its meaning belongs to the format */
+    int32_t nctab;     /* colour tables; also the pixel stride of interleaved bitmaps */
+    int32_t bits;      /* bits per pixel, set by the format */
+    int32_t ctabno;    /* colour table now in `ctable`; also the plane of interleaved bitmaps */
+    int32_t fd;        /* file descriptor; negative for none */
+    uint32_t fdev;     /* device number of the file */
+    char *name;        /* copy of the file name, owned */
+    double xres, yres; /* resolution in force, pixels per mm */
     int32_t fysize, fxsize; /* size in the file: pixels per track, tracks */
     double fxres, fyres;    /* resolution in the file, pixels per mm */
-    int32_t rowbytes;   /* bytes of a track in a bitmap format, set by the format */
-    uint8_t *buf;       /* byte buffer, owned; a format may replace it and its size */
+    int32_t rowbytes;       /* bytes of a track in a bitmap format, set by the format */
+    uint8_t *buf;           /* byte buffer, owned; a format may replace it and its size */
     uint32_t bufsize;
-    uint8_t *bufptr;    /* next byte to read or write */
-    uint8_t *bufend;    /* end of the valid bytes (read) or of the buffer (write) */
-    int64_t bufpos;     /* file offset of the first byte of buf */
-    int64_t dataoff;    /* file offset of the first track, set by the format */
-    int64_t clipoff;    /* file offset of the window's first track; -1 while unknown */
-    int32_t maxruns;    /* codes of the longest track; 0 or 1 when unknown */
-    int32_t imgtrk;     /* track number in the file at the read position */
-    int32_t track;      /* output track number; -1 after open for reading */
-    uint16_t ctable[LF_NCOLORS];  /* colour table in force: file code to output code */
-    uint8_t colorinfo[256];       /* colour info of the format, directly behind ctable */
-    int32_t xa, ya, xe, ye; /* clip window in image pixels; the ends are exclusive */
-    int32_t ysize, xsize;   /* output pixels per track, output tracks */
-    int32_t *otrack;    /* output track to image track, xsize + 1 entries, owned; or NULL */
-    int32_t seekcap;    /* entries of seektab */
-    int64_t *seektab;   /* file offset or blank mark of each track, owned; or NULL */
-    uint32_t *stoptab;  /* stop table, owned; or NULL */
-    uint32_t stopsize;  /* its entries */
-    void *fmtdata;      /* the format's private record, released by its `close` */
+    uint8_t *bufptr;             /* next byte to read or write */
+    uint8_t *bufend;             /* end of the valid bytes (read) or of the buffer (write) */
+    int64_t bufpos;              /* file offset of the first byte of buf */
+    int64_t dataoff;             /* file offset of the first track, set by the format */
+    int64_t clipoff;             /* file offset of the window's first track; -1 while unknown */
+    int32_t maxruns;             /* codes of the longest track; 0 or 1 when unknown */
+    int32_t imgtrk;              /* track number in the file at the read position */
+    int32_t track;               /* output track number; -1 after open for reading */
+    uint16_t ctable[LF_NCOLORS]; /* colour table in force: file code to output code */
+    uint8_t colorinfo[256];      /* colour info of the format, directly behind ctable */
+    int32_t xa, ya, xe, ye;      /* clip window in image pixels; the ends are exclusive */
+    int32_t ysize, xsize;        /* output pixels per track, output tracks */
+    int32_t *otrack;   /* output track to image track, xsize + 1 entries, owned; or NULL */
+    int32_t seekcap;   /* entries of seektab */
+    int64_t *seektab;  /* file offset or blank mark of each track, owned; or NULL */
+    uint32_t *stoptab; /* stop table, owned; or NULL */
+    uint32_t stopsize; /* its entries */
+    void *fmtdata;     /* the format's private record, released by its `close` */
     lf_readtrack_fn readtrack;
     lf_shorttrack_fn shorttrack;
     lf_skiptrack_fn skiptrack;
@@ -205,13 +206,13 @@ struct xvor_t {
     lf_seek_fn seekfn;
     lf_fill_fn fillbuf;
     lf_flush_fn flushbuf;
-    uint32_t error;     /* last error code */
-    uint32_t hashvalid; /* imagehash has been filled */
-    uint8_t imagehash[16]; /* image hash: four 32-bit words as little-endian bytes */
-    int32_t iocount;    /* buffer transfers so far */
+    uint32_t error;                   /* last error code */
+    uint32_t hashvalid;               /* imagehash has been filled */
+    uint8_t imagehash[16];            /* image hash: four 32-bit words as little-endian bytes */
+    int32_t iocount;                  /* buffer transfers so far */
     uint64_t iotime, iomin, iomax;    /* their time in processor ticks; iomin starts at all ones */
     uint64_t trktime, trkmin, trkmax; /* the same for tracks */
-    uint32_t trkcount;  /* tracks moved so far */
+    uint32_t trkcount;                /* tracks moved so far */
 
     /* The library's own. The rooms bound every access to a table, also while a late change of the
      * geometry has put the sizes above out of step with the tables. */
@@ -224,10 +225,10 @@ struct xvor_t {
 
 /* ---- open and close ------------------------------------------------------------------------- */
 
-/* Opens a track file. `mode`: an access, or-ed with LF_ bits. `type`: a packed type number (lffdev),
- * looked at on the write road and with LF_FORCETYPE. `info` may be NULL; otherwise it is filled, on
- * failure too, when its `error` tells the reason. Result: a handle, to be ended with lfclose, or
- * NULL after a report; a file that was created for writing is then removed again. */
+/* Opens a track file. `mode`: an access, or-ed with LF_ bits. `type`: a packed type number
+ * (lffdev), looked at on the write road and with LF_FORCETYPE. `info` may be NULL; otherwise it is
+ * filled, on failure too, when its `error` tells the reason. Result: a handle, to be ended with
+ * lfclose, or NULL after a report; a file that was created for writing is then removed again. */
 VOR_API xvor_t *lfopen(const char *name, uint32_t mode, int32_t type, lfinfo *info);
 
 /* lfopen for a descriptor that the caller has opened; it may be negative for formats that need no
@@ -267,10 +268,9 @@ typedef int32_t (*lf_reporter)(xvor_t *h, const char *text, const char *extra);
 
 /* Records and reports a failure. `h` may be NULL. `code`: an LFE_ code; a negative one stands for
  * the code stored in the handle. LFE_WARNING is reported but not stored. `arg` is the number of the
- * message, `extra` a further text or NULL. Result: -1, or 0 if the code comes out as 0. To be called
- * directly after the failing operation, since the operating system's text is taken here. */
-VOR_API int32_t lferror(xvor_t *h, const char *where, int32_t code, int32_t arg,
-                        const char *extra);
+ * message, `extra` a further text or NULL. Result: -1, or 0 if the code comes out as 0. To be
+ * called directly after the failing operation, since the operating system's text is taken here. */
+VOR_API int32_t lferror(xvor_t *h, const char *where, int32_t code, int32_t arg, const char *extra);
 
 /* Installs the function that hears the reports; NULL restores the default, which logs at level 1.
  * Result: 0. */
@@ -343,9 +343,9 @@ VOR_API int32_t lffitmemory(xvor_t *h);
 
 /* ---- track buffers -------------------------------------------------------------------------- */
 
-/* Gives `t` room for `size` runs, or `size` bytes with GT_BITMAP. `init` not 0 starts a fresh record
- * (size 0: without storage). `mode`: GT_ bits; negative keeps the present ones when `init` is 0.
- * Result: 0 done, 1 the storage was large enough, -1 after a report of code 5 or 15. */
+/* Gives `t` room for `size` runs, or `size` bytes with GT_BITMAP. `init` not 0 starts a fresh
+ * record (size 0: without storage). `mode`: GT_ bits; negative keeps the present ones when `init`
+ * is 0. Result: 0 done, 1 the storage was large enough, -1 after a report of code 5 or 15. */
 VOR_API int32_t gtgrow(trackbuf *t, uint32_t size, int32_t init, int32_t mode);
 
 /* Frees the storage. 0, or -1 if there was none to free and the storage is not foreign. A damaged
@@ -397,9 +397,9 @@ VOR_API uint16_t *lfctable(xvor_t *h);
 
 /* Requests that every handle answers; vor/vor.h has those of the native format. */
 enum {
-    LFS_FLAGS = 0,           /* uint32_t: the flags word */
-    LFS_RECORD = 1,          /* lfrecord: the geometry as the start of a native header */
-    LFS_LOG_STATISTICS = 23, /* no argument: logs the transfer times */
+    LFS_FLAGS = 0,            /* uint32_t: the flags word */
+    LFS_RECORD = 1,           /* lfrecord: the geometry as the start of a native header */
+    LFS_LOG_STATISTICS = 23,  /* no argument: logs the transfer times */
     LFS_RESET_STATISTICS = 24 /* no argument: clears them; result 1 */
 };
 
@@ -408,17 +408,17 @@ enum {
 /* The record of LFS_RECORD: 256 bytes on every machine. */
 typedef struct lfrecord {
     int32_t tracks;
-    float pitch;        /* mm between tracks */
-    float xlength;      /* mm across the tracks */
-    float ylength;      /* mm along a track */
+    float pitch;   /* mm between tracks */
+    float xlength; /* mm across the tracks */
+    float ylength; /* mm along a track */
     int32_t subtype;
-    int32_t pixels;     /* per track */
-    float param_a;      /* answer of request 9, valid with bit 0 of flags */
-    uint32_t flags;     /* LFR_ bits */
+    int32_t pixels; /* per track */
+    float param_a;  /* answer of request 9, valid with bit 0 of flags */
+    uint32_t flags; /* LFR_ bits */
     uint8_t zero[16];
-    float param_f;      /* answer of request 8, valid with bit 4 of flags */
-    float xres;         /* pixels per mm */
-    uint32_t magic;     /* 0x12345678 */
+    float param_f;  /* answer of request 8, valid with bit 4 of flags */
+    float xres;     /* pixels per mm */
+    uint32_t magic; /* 0x12345678 */
     uint8_t rest[196];
 } lfrecord;
 
