@@ -1,0 +1,22 @@
+// The sub-commands. Each adds itself to the command line and, when the line asks for it, puts its
+// job into `job`.
+#ifndef VOR_TOOL_COMMANDS_H
+#define VOR_TOOL_COMMANDS_H
+
+#include <functional>
+
+#include <CLI/CLI.hpp>
+
+namespace vor::tool {
+
+// Does the work and gives the exit status; failures may also be thrown.
+using Job = std::function<int()>;
+
+void add_info(CLI::App *app, Job *job);
+void add_check(CLI::App *app, Job *job);
+void add_convert(CLI::App *app, Job *job);
+void add_preview(CLI::App *app, Job *job);
+
+} // namespace vor::tool
+
+#endif

@@ -1,0 +1,269 @@
+// vor convert: any image that can be read to any format that can be written. The codes of the
+// pixels stay as they are; colour tables and parameters of a native file go along to a native one.
+
+#include <cmath>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "carry_over.h"
+#include "commands.h"
+#include "descriptions.h"
+#include "formats/formats.h"
+#include "interrupt.h"
+#include "platform/kel.h"
+#include "progress.h"
+#include "report.h"
+#include "safe_output.h"
+#include "tif/vor_tif.h"
+#include "track_source.h"
+#include "vor/vor.h"
+
+namespace vor::tool {
+namespace {
+
+// One minor number serves both formats.
+static_assert(TIF_GRAY == VT_FW88 && TIF_DEFLATE == VT_DEFLATED && TIF_MAXBILEVEL == VT_FW8);
+
+struct Options {
+    std::string input;
+    std::string output;
+    std::string coding;
+    bool deflate = false;
+    std::string resolution;
+    std::string size;
+    std::string clip;
+    std::string mirror;
+    int32_t threshold = 0; // 0 for none
+    bool swap_bytes = false;
+    bool stops = false;
+    bool tags = false;
+    bool quiet = false;
+};
+
+const std::map<std::string, uint32_t> codings = {
+    {"fw8", VT_FW8}, {"fw16", VT_FW16}, {"fw88", VT_FW88}};
+
+uint32_t mirror_flags(const std::string &axes) {
+    uint32_t flags = 0;
+    if (axes.starts_with('x')) flags |= LF_XMIRROR;
+    if (axes.ends_with('y')) flags |= LF_YMIRROR;
+    return flags;
+}
+
+// ---- geometry
+
+int32_t to_pixels(const Options &options, double pixels) {
+    const double rounded = std::round(pixels);
+    if (!(rounded <= INT32_MAX)) throw Failure(options.output, "the size is too large");
+    return static_cast<int32_t>(rounded);
+}
+
+// Sets the output size and gives the resolution that goes with it. A size in millimetres is one at
+// the resolution asked for, or the image's; a size in pixels alone keeps the millimetres.
+Resolution set_geometry(const Options &options, xvor_t *h, const AboutFile &about) {
+    const std::optional<Resolution> asked = parse_resolution(options.resolution);
+    if (asked && lfscale(h, asked->x, asked->y) < 0) about.give_up("cannot be scaled");
+    const std::optional<Size> size = parse_size(options.size);
+    if (!size) return {h->xres, h->yres};
+    if (!(h->fxres > 0) || !(h->fyres > 0)) {
+        throw Failure(options.input, "has no resolution; give one with --resolution");
+    }
+    const Resolution wanted = asked.value_or(Resolution{h->fxres, h->fyres});
+    const bool mm = size->millimetres;
+    const int32_t x = to_pixels(options, mm ? size->x * wanted.x : size->x);
+    const int32_t y = to_pixels(options, mm ? size->y * wanted.y : size->y);
+    if (x > 0 && y > 0 && lfsetsize(h, x, y) < 0) about.give_up("cannot be scaled");
+    if (x < 1 || y < 1) h->xsize = h->ysize = 0;
+    return asked || mm ? wanted : Resolution{h->xres, h->yres};
+}
+
+// Are the output tracks those of the file, one for one and in order?
+bool keeps_tracks(const xvor_t *h) {
+    return h->xa == 0 && h->xsize == h->fxsize && h->xe == h->fxsize && !has(h, LF_XMIRROR);
+}
+
+// ---- what is to be written
+
+struct Target {
+    int32_t type = 0;
+    bool native = false;
+};
+
+uint32_t choose_coding(const Options &options, const xvor_t *in) {
+    const bool two_levels = in->bits == 1 || options.threshold > 0;
+    if (options.coding.empty()) return two_levels ? VT_FW16 : VT_FW88;
+    const uint32_t coding = codings.at(options.coding);
+    if (coding != VT_FW88 && !two_levels) {
+        throw WrongUsage(options.input + " is gray and " + options.coding +
+                         " has two levels: say with --threshold where to divide");
+    }
+    return coding;
+}
+
+Target choose_target(const Options &options, const xvor_t *in) {
+    const int32_t row = lffmtguess(options.output.c_str());
+    const lffmt_t *format_row = lfdescriptor(row);
+    if (!format_row || !format_row->wrsetup) {
+        throw WrongUsage("no format that can be written has the suffix of " + options.output);
+    }
+    const uint32_t minor_number =
+        choose_coding(options, in) | (options.deflate ? uint32_t{VT_DEFLATED} : 0);
+    return {lffdev(row, static_cast<int32_t>(minor_number)), row == 0};
+}
+
+void refuse_what_cannot_go_along(const Options &options, const xvor_t *in, const Target &target) {
+    const bool both_native = is_native(in) && target.native;
+    if (options.tags && !both_native) throw WrongUsage("--keep-tags works between .vor files only");
+    if (options.stops && !both_native) throw WrongUsage("--stops works between .vor files only");
+    if (options.stops && !keeps_tracks(in)) {
+        throw WrongUsage("--stops needs the tracks as they are: no clip, scale or mirror in X");
+    }
+}
+
+Handle open_target(const Options &options, SafeOutput *file, const Target &target,
+                   const AboutFile &about) {
+    uint32_t mode = LF_WRITE;
+    if (options.stops) mode |= LF_STOPS;
+    if (options.swap_bytes) mode |= LF_SWAPPED;
+    const int32_t fd = file->take();
+    Handle out(lfdopen(fd, options.output.c_str(), mode, target.type, nullptr));
+    if (!out) {
+        kel_close(fd);
+        about.give_up("cannot be written");
+    }
+    return out;
+}
+
+void set_up_target(const Options &options, const xvor_t *in, xvor_t *out,
+                   const Resolution &resolution, const AboutFile &about) {
+    if (lfsetsize(out, in->xsize, in->ysize) < 0) about.give_up("cannot be written");
+    const bool known = std::isfinite(resolution.x) && std::isfinite(resolution.y) &&
+                       resolution.x > 0 && resolution.y > 0;
+    if (known && lfscale(out, resolution.x, resolution.y) < 0) about.give_up("cannot be written");
+    if (!known && !options.quiet) {
+        complain(options.input,
+                 format("warning: has no resolution, %g pixels per mm are taken", out->xres));
+    }
+    if (lfcheck(out) < 0) about.give_up("cannot be written");
+}
+
+void carry_over(const Options &options, xvor_t *in, xvor_t *out, const AboutFile &about) {
+    if (copy_colour_tables(in, out) < 0) about.give_up("the colour tables cannot be copied");
+    if (copy_parameters(in, out) < 0) about.give_up("the parameters cannot be copied");
+    if (options.tags && copy_tags(in, out) < 0) about.give_up("the tags cannot be copied");
+    if (options.stops && copy_stops(in, out) < 0) about.give_up("the stops cannot be copied");
+}
+
+// Pixels from the threshold on become 255, the others 0, by way of the table that readers apply.
+void divide_levels(xvor_t *in, int32_t threshold) {
+    uint16_t *table = lfctable(in);
+    for (int32_t i = 0; i < LF_NCOLORS; ++i)
+        table[i] = i >= threshold ? 255 : 0;
+}
+
+void copy_tracks(const Options &options, xvor_t *in, xvor_t *out, const AboutFile &about_input,
+                 const AboutFile &about_output) {
+    TrackBuffer buffer;
+    if (buffer.fit(in) < 0) about_input.give_up("out of memory");
+    Progress progress(options.input, in->xsize, options.quiet);
+    for (int32_t n = 0; n < in->xsize; ++n) {
+        stop_if_interrupted();
+        progress.reach(n);
+        // A result of 0 says that the buffer holds this track already.
+        if (lfread(in, buffer.get(), n) < 0) about_input.give_up("cannot be read");
+        if (lfwrite(out, buffer.get(), n) < 0) about_output.give_up("cannot be written");
+    }
+}
+
+Resolution set_up_source(const Options &options, xvor_t *in, const AboutFile &about) {
+    if (!options.clip.empty()) clip_source(in, parse_window(options.clip), about);
+    const Resolution resolution = set_geometry(options, in, about);
+    if (in->xsize < 1 || in->ysize < 1) {
+        throw Failure(options.input, "nothing is left of the image at this size");
+    }
+    // Without a jump no seek table is needed, and a file without one is not walked for it.
+    if (in->xsize == in->xe - in->xa && !has(in, LF_XMIRROR)) in->flags |= LF_SEQUENTIAL;
+    return resolution;
+}
+
+int run(const Options &options) {
+    start_reports(options.quiet);
+    const AboutFile about_input(options.input);
+    const Handle in = open_source(options.input, mirror_flags(options.mirror));
+    const Resolution resolution = set_up_source(options, in.get(), about_input);
+    const Target target = choose_target(options, in.get());
+    refuse_what_cannot_go_along(options, in.get(), target);
+    check_source(in.get(), about_input);
+
+    SafeOutput file(options.output);
+    const AboutFile about_output(options.output);
+    Handle out = open_target(options, &file, target, about_output);
+    set_up_target(options, in.get(), out.get(), resolution, about_output);
+    if (is_native(in.get()) && target.native) {
+        carry_over(options, in.get(), out.get(), about_output);
+    }
+    if (options.threshold > 0) divide_levels(in.get(), options.threshold);
+    copy_tracks(options, in.get(), out.get(), about_input, about_output);
+    if (lfclose(out.release()) < 0) about_output.give_up("cannot be written");
+    file.commit();
+    return good;
+}
+
+template <class Parse>
+auto parses_as(const char *what, Parse parse) {
+    return [=](const std::string &text) -> std::string {
+        return parse(text) ? "" : std::string("not a ") + what + ": " + text;
+    };
+}
+
+void add_geometry_options(CLI::App *command, Options *options) {
+    command
+        ->add_option("--resolution", options->resolution,
+                     "X[xY] in pixels per mm, or with dpi, /cm or /mm behind it")
+        ->check(parses_as("resolution", parse_resolution));
+    command->add_option("--size", options->size, "Tracks x pixels per track, or with mm behind it")
+        ->check(parses_as("size", parse_size));
+    command
+        ->add_option(
+            "--clip", options->clip,
+            "Window XA:YA:XE:YE of IN (mirrored, if --mirror is given) in pixels, or with mm "
+            "behind it; ends are exclusive, one left out is the image's")
+        ->check(parses_as("window", parse_window));
+    command
+        ->add_option("--mirror", options->mirror,
+                     "x: tracks in reverse order, y: pixels in reverse order, xy: both")
+        ->check(CLI::IsMember({"x", "y", "xy"}));
+}
+
+} // namespace
+
+void add_convert(CLI::App *app, Job *job) {
+    auto options = std::make_shared<Options>();
+    CLI::App *command =
+        app->add_subcommand("convert", "Converts an image to another format or form");
+    command->add_option("IN", options->input, "Track file or picture")->required();
+    command->add_option("OUT", options->output, "File to make; its suffix chooses the format")
+        ->required();
+    command
+        ->add_option("--coding", options->coding,
+                     "fw8, fw16 (two levels) or fw88 (gray); for a picture, its number of levels")
+        ->check(CLI::IsMember({"fw8", "fw16", "fw88"}));
+    command->add_flag("--deflate", options->deflate, "Compress with Deflate");
+    command
+        ->add_option("--threshold", options->threshold,
+                     "Make two levels of gray: codes from N (1 to 255) on become 255, others 0")
+        ->check(CLI::Range(1, 255));
+    add_geometry_options(command, options.get());
+    command->add_flag("--swap-bytes", options->swap_bytes,
+                      "Write the byte order that is not this machine's");
+    command->add_flag("--stops", options->stops, "Take over the stop table");
+    command->add_flag("--keep-tags", options->tags, "Take over the tags");
+    command->add_flag("-q,--quiet", options->quiet, "No progress, no warnings");
+    command->footer("Example:\n  vor convert proof.tif label.vor --deflate\n"
+                    "  vor convert label.vor part.vor --clip 5:5:25:20mm --mirror y");
+    command->callback([=] { *job = [=] { return run(*options); }; });
+}
+
+} // namespace vor::tool
