@@ -11,6 +11,8 @@ if(VOR_SANITIZE)
   target_compile_options(vor_flags INTERFACE
     -fsanitize=${VOR_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
   target_link_options(vor_flags INTERFACE -fsanitize=${VOR_SANITIZE})
+  # clang's check of calls through pointers needs the C++ run-time in programs that are C.
+  target_compile_options(vor_flags INTERFACE $<$<CXX_COMPILER_ID:Clang>:-fno-sanitize=function>)
 endif()
 
 # vor_layer(NAME sources...): the objects of one folder below src/. They are compiled once; the
