@@ -1,0 +1,7 @@
+#!/bin/bash
+# Every source file is as clang-format leaves it.
+. "$(dirname "$0")/lib.sh"
+
+need clang-format
+find src modules tools tests fuzz docs -regex '.*\.\(h\|c\|cpp\)' -print0 |
+    xargs -0 clang-format --dry-run -Werror
