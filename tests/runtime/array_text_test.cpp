@@ -7,6 +7,7 @@
 
 #include "runtime/arrays.h"
 #include "runtime/log.h"
+#include "support/comma_locale.h"
 #include "support/failing_malloc.h"
 
 namespace {
@@ -100,6 +101,11 @@ TEST_F(NumericArray, RealNumbersAreReadAndRounded) {
     EXPECT_EQ(Read<int32_t>("1e99 -1e99 nan inf 3000000000").values(),
               (Ints{INT32_MAX, INT32_MIN, 0, INT32_MAX, INT32_MAX}));
     EXPECT_TRUE(std::isnan(Read<double>("nan").values()[0]));
+}
+
+TEST_F(NumericArray, IsReadTheSameInEveryLocale) {
+    const vor::test::CommaLocale comma;
+    EXPECT_EQ(Read<double>("1.5,2.25").values(), (Doubles{1.5, 2.25}));
 }
 
 TEST_F(NumericArray, RepeatCountMakesANumberStandThatManyTimes) {

@@ -1,11 +1,11 @@
 #include <gtest/gtest.h>
 
-#include <clocale>
 #include <ctime>
 #include <string>
 
 #include "platform/kel.h"
 #include "support/capture.h"
+#include "support/comma_locale.h"
 #include "util/services.h"
 
 namespace {
@@ -50,13 +50,9 @@ TEST_F(Progress, BelowTheTotalPrintsThePercentage) {
 }
 
 TEST_F(Progress, PercentageHasAPointInEveryLocale) {
-    const char *const old = std::setlocale(LC_NUMERIC, nullptr);
-    const std::string saved = old ? old : "C";
-    for (const char *name : {"de_DE.UTF-8", "de_DE", "fr_FR.UTF-8"})
-        if (std::setlocale(LC_NUMERIC, name)) break;
+    const vor::test::CommaLocale comma;
     captured_stderr([] { tty_simple_progress(-2); });
     EXPECT_EQ(captured_stderr([] { tty_simple_progress(1); }), "\r 50.00%");
-    std::setlocale(LC_NUMERIC, saved.c_str());
 }
 
 TEST_F(Progress, TotalsBeyond32BitsKeepTheirPercentage) {

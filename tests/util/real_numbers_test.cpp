@@ -8,6 +8,8 @@
 #include <random>
 #include <string>
 
+#include "support/comma_locale.h"
+
 namespace {
 
 // The value with every bit, and how much of the text it took.
@@ -102,6 +104,13 @@ TEST(RealNumbers, MadeOfAnyPiecesAreReadAsStrtodReadsThem) {
             text += pieces[random() % std::size(pieces)];
         expect_like_strtod(text);
     }
+}
+
+TEST(RealNumbers, HaveAPointInEveryLocale) {
+    const vor::test::CommaLocale comma;
+    const char *end = nullptr;
+    EXPECT_EQ(vor::text_to_double("1.5,2", &end), 1.5);
+    EXPECT_STREQ(end, ",2");
 }
 
 TEST(RealNumbers, LeaveErrnoAlone) {
