@@ -82,7 +82,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     const int32_t part = draw.below(URL_ESCAPE_FRAGMENT / 0x10 + 1) * 0x10;
     const int32_t flags = part | (draw.coin() ? URL_ESCAPE_SLASHES : 0);
     const std::string text(reinterpret_cast<const char *>(data), draw.left());
-    const std::string to_zero = text.c_str();
+    const std::string to_zero = text.substr(0, text.find('\0'));
     url_syntax(to_zero.c_str());
     require(url_protolen(to_zero.c_str()) <= static_cast<int32_t>(to_zero.size()),
             "a protocol lies within the text");

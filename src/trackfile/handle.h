@@ -43,9 +43,8 @@ void log_statistics(const xvor_t *h);
 int32_t build_seek_table(xvor_t *h);
 void drop_seek_table(xvor_t *h);
 // Holds the window against the file before a table is made for its tracks: a header that claims
-// more than `tracks_per_byte` tracks a byte of the file lies. 0, or -1 after a report under
-// `where`.
-int32_t check_window(xvor_t *h, const char *where, int64_t tracks_per_byte);
+// more than `density` tracks a byte of the file lies. 0, or -1 after a report under `name`.
+int32_t check_window(xvor_t *h, const char *name, int64_t density);
 // Positions the file at `offset` with an empty buffer. 0, or -1 without a report.
 int32_t seek_data(xvor_t *h, int64_t offset);
 // The image track that an output track shows; `track` lies within the tables in force.

@@ -20,8 +20,6 @@
 
 #include "platform/posix/command_line.h"
 
-extern char **environ;
-
 namespace vor::os {
 
 const char *const null_device = "/dev/null";
