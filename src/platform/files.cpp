@@ -5,32 +5,13 @@
 
 #include "platform/file_io.h"
 #include "platform/kel.h"
+#include "platform/native_name.h"
 #include "platform/os.h"
 
 namespace {
 
 namespace os = vor::os;
-
-// A name on its way to the system, or nothing with errno set if it cannot go there.
-class NativeName {
-public:
-    explicit NativeName(const char *name) {
-        if (!name) {
-            errno = EFAULT;
-        } else if (std::strlen(name) >= sizeof text_) {
-            errno = ENAMETOOLONG;
-        } else {
-            unix_to_native_path(text_, name);
-            fits_ = true;
-        }
-    }
-    explicit operator bool() const { return fits_; }
-    const char *text() const { return text_; }
-
-private:
-    char text_[1024];
-    bool fits_ = false;
-};
+using vor::NativeName;
 
 // The KEL_O_ flags of a stream mode, or -1. Letters behind the first that mean nothing here are
 // left to the C library.
@@ -69,6 +50,11 @@ void replace_all(char *text, size_t size, char old_char, char new_char) {
 }
 
 } // namespace
+
+int32_t vor::open_regular(const char *name, int32_t flags, int32_t mode) {
+    const NativeName native(name);
+    return native ? os::open_regular(native.text(), flags, mode) : -1;
+}
 
 bool vor::same_file(const char *a, const char *b) {
     const NativeName native_a(a);

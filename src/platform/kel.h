@@ -128,8 +128,9 @@ VOR_API int64_t kel_read(int32_t fd, void *buffer, size_t count);
  * signal does not cut a call short. */
 VOR_API int64_t kel_write(int32_t fd, const void *buffer, size_t count);
 
-/* Copies `source` to `target`, which may be the same, in the form that the system's calls take.
- * `target` needs strlen(source) + 1 bytes. Always 0. */
+/* Puts the path `source` into `target` as the system writes paths, with "\" for "/" where that is
+ * its way. The length stays: `target` needs strlen(source) + 1 bytes, and may be `source` itself.
+ * Always 0. */
 VOR_API int32_t unix_to_native_path(char *target, const char *source);
 
 /* Deletes a file, a read-only one too. 0 or -1; a directory is refused. */
@@ -155,15 +156,15 @@ VOR_API int32_t kel_fseeko(FILE *stream, int64_t offset, int32_t whence);
 /* The position of a stream in bytes from the start, or -1. */
 VOR_API int64_t kel_ftello(FILE *stream);
 
-/* Cuts or extends an open file to `length` bytes; an extension reads as 0. The position stays,
- * unless it would lie past the end: then it moves to the new end. 0 or -1. */
+/* Cuts or extends an open file to `length` bytes; an extension reads as 0. A position beyond
+ * `length` becomes `length`, any other is kept. 0 or -1. */
 VOR_API int32_t kel_truncate(int32_t fd, int64_t length);
 
 /* Reads an integer in `base` (2 to 36, or 0) at the start of `text`, with other rules than strtoll
  * of ISO C: no white space is skipped; one sign may stand in front; with base 0 a "0" selects octal
  * and "0x" or "0X" hexadecimal, and the prefix counts as used even if no digit follows; base 16
- * knows no prefix; too large a value wraps around modulo 2 to the 64th. `end`, if not NULL, is set
- * to the first character not used. A base out of range gives 0 with `end` at the start. */
+ * knows no prefix; of a number beyond 64 bits the low 64 count. Through `end`, unless it is NULL,
+ * the caller learns where reading stopped. In a base out of range nothing is read: 0. */
 VOR_API int64_t kel_strtoll(const char *text, const char **end, int32_t base);
 
 /* kel_strtoll for unsigned values: a "+" may stand in front, a "-" may not. */
@@ -184,8 +185,8 @@ VOR_API int32_t mt_sleep(const kel_timeval *time);
 /* Sleeps that many milliseconds, from KEL_DELAY_FOREVER on for ever. Always 0. */
 VOR_API int32_t mt_delay(uint32_t milliseconds);
 
-/* Rounds to the nearest integer, halves away from zero. A value beyond 64 bits gives the nearest
- * end of the range, a NaN 0. */
+/* The integer closest to `value`; between two that are equally close, the one farther from zero. A
+ * value beyond 64 bits gives that end of the range which it exceeds, a NaN 0. */
 VOR_API int64_t nint(double value);
 
 /* The text of a system error code: for 10000 to 11999 that of the network error of that number,

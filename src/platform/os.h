@@ -9,6 +9,7 @@
 #include <cstdio>
 #include <ctime>
 
+#include "platform/directories.h"
 #include "platform/kel.h"
 
 namespace vor::os {
@@ -16,13 +17,18 @@ namespace vor::os {
 // What stands between the components of a native name.
 extern const char path_separator;
 
-// Last resorts of the calls that look for the installation and for the user's home.
+// Last resorts of the calls that look for the installation, the user's home and the place of lock
+// files.
 extern const char *const default_top_directory;
 extern const char *const default_home_directory;
+extern const char *const default_lock_directory;
 
 // Files by name. `open` takes KEL_O_ flags, refuses directories with EACCES, and gives a descriptor
 // that children do not inherit.
 int32_t open(const char *name, int32_t flags, int32_t mode);
+// `open` for files in places where others may have put something: opens nothing but a regular file,
+// through no link but one of the user's own or the administrator's, and never waits.
+int32_t open_regular(const char *name, int32_t flags, int32_t mode);
 int32_t make_directory(const char *name);
 int32_t change_directory(const char *name);
 int32_t status(const char *name, kel_stat_t *record);
@@ -41,6 +47,39 @@ int64_t write(int32_t fd, const void *buffer, size_t count); // not cut short by
 int64_t seek(int32_t fd, int64_t offset, int32_t whence);
 int32_t descriptor_status(int32_t fd, kel_stat_t *record);
 int32_t set_length(int32_t fd, int64_t length);
+
+// Directories. A search is a number that is not KEL_DIR_CLOSED. Both calls store the name of the
+// next entry; one that does not fit is passed over. The first gives KEL_DIR_CLOSED for a directory
+// without an entry too.
+intptr_t start_search(const char *directory, char *name, size_t size);
+bool continue_search(intptr_t search, char *name, size_t size); // false at the end
+void end_search(intptr_t search);
+
+// The volume that holds `path`. Room is in bytes, and in 64 bits at most; `file_system` is empty if
+// it cannot be told, and cut if it does not fit.
+struct Volume {
+    uint64_t size;
+    uint64_t free;
+    uint64_t available; // to this user
+    uint32_t serial_number;
+    uint32_t longest_name;
+    char file_system[KEL_BASETYPE_SIZE];
+};
+bool query_volume(const char *path, Volume *volume);
+
+// Lock files. `take_lock_file` opens a file, or makes it, so that no other process, and no forked
+// child, can do the same until it is given back or this process ends; -1 at once if that cannot be.
+// Anything in its place but a plain file with no other name is refused, unopened. The other call
+// closes the file and, while still nobody else can take it, deletes it if it is the one called
+// `name`, which may be NULL.
+int32_t take_lock_file(const char *name);
+void give_back_lock_file(int32_t fd, const char *name);
+
+// Shared objects by full name. What is not one, or only a part of one, does not load.
+extern const char *const shared_object_suffix;
+void *load_object(const char *name);
+void unload_object(void *object);
+void *object_symbol(void *object, const char *symbol);
 
 // Streams. `reopen_stream` puts an open file behind a stream in the place of its own, and closes
 // both on failure.
@@ -85,6 +124,25 @@ bool wait_for(Process *process);
 bool read_exit_code(Process *process, int32_t *code);
 bool terminate(const Process *process); // while another thread waits for it, too
 void close_process(Process *process);   // the child, if it has not ended, runs on
+
+// A mutex with a name, which every process of the machine can open. It is there while any of them
+// has it open, and its holder's end releases it, however that comes. It does not tell the threads
+// of a process apart. A forked child has its parent's; it is to close it and to open one of its
+// own.
+using Mutex = intptr_t;
+constexpr Mutex no_mutex = -1;
+
+// Where named mutexes lie; NULL stands for the machine's place. Tests have one of their own.
+extern const char *mutex_directory;
+
+Mutex open_mutex(const char *name, bool *created); // `created`: no other process has it open
+bool lock_mutex(Mutex mutex);                      // waits, however long
+bool unlock_mutex(Mutex mutex);
+void close_mutex(Mutex mutex);
+
+// Has functions called around every fork of this process, where a system has such a thing. Each may
+// be NULL.
+bool watch_forks(void (*before)(), void (*after_in_parent)(), void (*after_in_child)());
 
 // The process, its program and its user. The texts are cut by nothing: one that does not fit fails.
 int32_t process_id();

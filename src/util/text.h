@@ -79,9 +79,9 @@ VOR_API int32_t line_empty_p(const char *text, const char *comment);
  * 0. */
 VOR_API int32_t kill_comment(char *text, const char *comment, int32_t first_only);
 
-/* Cuts all bytes up to 32 at the end of a line and, if the line is a comment that starts with "#"
- * or
- * ";", all of it. The result points behind the blanks and tabs at the start. NULL gives NULL. */
+/* Cuts all bytes up to 32 at the end of a line, and all of a line that is a comment, with "#" or
+ * ";" as its first character. The result points behind the blanks and tabs at the start. NULL gives
+ * NULL. */
 VOR_API char *trim_input_line(char *text);
 
 #ifdef __cplusplus

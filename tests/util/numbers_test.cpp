@@ -51,6 +51,16 @@ TEST(TextToInt32, StopsWhereStrtolStops) {
         }
 }
 
+// Some C libraries take a "0b" for a prefix in base 0, and others do not.
+TEST(TextToInt32, KnowsNoBinaryPrefix) {
+    for (const char *text : {"0b11", " -0B1", "+0b"}) {
+        const char *end = nullptr;
+        EXPECT_EQ(vor::text_to_int32(text, &end, 0), 0) << text;
+        EXPECT_TRUE(*end == 'b' || *end == 'B') << text;
+    }
+    EXPECT_EQ(vor::text_to_int32("0b11", nullptr, 16), 0xb11);
+}
+
 TEST(TextToInt32, SaturatesAt32Bits) {
     struct Row {
         const char *text;

@@ -11,12 +11,14 @@
 
 #include <cerrno>
 #include <cstring>
+#include <functional>
 
 namespace vor::os {
 
 const char path_separator = '/';
 const char *const default_top_directory = "/opt/kel";
 const char *const default_home_directory = "/";
+const char *const default_lock_directory = "/tmp";
 
 namespace {
 
@@ -42,9 +44,40 @@ int open_flags(int32_t flags) {
     return result;
 }
 
-bool is_directory(int fd) {
+// Opens a file whose type is one that is wanted; for another one it is -1 with EACCES.
+template <class Wanted>
+int32_t open_if(Wanted wanted, const char *name, int32_t flags, int more_flags, int32_t mode) {
+    const int native = open_flags(flags);
+    if (native == -1) {
+        errno = EINVAL;
+        return -1;
+    }
+    const int fd = uninterrupted(
+        [&] { return ::open(name, native | more_flags, static_cast<mode_t>(mode) & 07777); });
+    if (fd == -1) {
+        if (errno == EISDIR) errno = EACCES;
+        return -1;
+    }
     struct stat status;
-    return ::fstat(fd, &status) == 0 && S_ISDIR(status.st_mode);
+    if (::fstat(fd, &status) != 0 || !wanted(status.st_mode)) {
+        ::close(fd);
+        errno = EACCES;
+        return -1;
+    }
+    return fd;
+}
+
+bool is_directory(mode_t mode) {
+    return S_ISDIR(mode);
+}
+
+bool is_regular(mode_t mode) {
+    return S_ISREG(mode);
+}
+
+// A link that another user has made may lead where only this one can write.
+bool is_trusted(const struct stat &link) {
+    return link.st_uid == ::geteuid() || link.st_uid == 0;
 }
 
 static_assert(S_IFMT == KEL_S_IFMT && S_IFDIR == KEL_S_IFDIR && S_IFREG == KEL_S_IFREG);
@@ -62,24 +95,26 @@ int32_t fill_status(int result, const struct stat &from, kel_stat_t *to) {
 } // namespace
 
 int32_t open(const char *name, int32_t flags, int32_t mode) {
-    const int native = open_flags(flags);
-    if (native == -1) {
-        errno = EINVAL;
-        return -1;
+    const int32_t fd = open_if(std::not_fn(is_directory), name, flags, 0, mode);
+    if (fd != -1 && (flags & KEL_O_SEQUENTIAL)) ::posix_fadvise(fd, 0, 0, POSIX_FADV_SEQUENTIAL);
+    return fd;
+}
+
+// What is there is looked at before it is opened, since that alone may set a device going, and once
+// more when it is open, since another may have come in between.
+int32_t open_regular(const char *name, int32_t flags, int32_t mode) {
+    int more_flags = O_NONBLOCK | O_NOFOLLOW;
+    struct stat found = {};
+    bool there = ::lstat(name, &found) == 0;
+    if (there && S_ISLNK(found.st_mode) && is_trusted(found)) {
+        more_flags = O_NONBLOCK;
+        there = ::stat(name, &found) == 0;
     }
-    const int fd =
-        uninterrupted([&] { return ::open(name, native, static_cast<mode_t>(mode) & 07777); });
-    if (fd == -1) {
-        if (errno == EISDIR) errno = EACCES;
-        return -1;
-    }
-    if (is_directory(fd)) {
-        ::close(fd);
+    if (there && !is_regular(found.st_mode)) {
         errno = EACCES;
         return -1;
     }
-    if (flags & KEL_O_SEQUENTIAL) ::posix_fadvise(fd, 0, 0, POSIX_FADV_SEQUENTIAL);
-    return fd;
+    return open_if(is_regular, name, flags, more_flags, mode);
 }
 
 int32_t make_directory(const char *name) {
