@@ -6,11 +6,12 @@
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
-#include <mutex>
 
 #include "platform/kel.h"
 #include "platform/os.h"
 #include "runtime/log.h"
+#include "runtime/log_file.h"
+#include "runtime/log_turn.h"
 #include "util/owned.h"
 
 namespace {
@@ -18,12 +19,10 @@ namespace {
 constexpr const char *unnamed = "anonymous";
 constexpr size_t line_room = LOGMESG_MAX_LINE + 1;
 
+// Guarded by the turn of each call.
 const char *log_progname = unnamed; // the caller's text
 int32_t log_pid = 0;                // 0: not read yet
 logmesg_hook log_hook = nullptr;
-
-// Guards the above and orders the lines. A hook may log while its own line still holds it.
-std::recursive_mutex log_lock;
 
 // What stands before the text of a line.
 struct Prefix {
@@ -107,8 +106,9 @@ void write_second_output(const char *line) {
 [[noreturn]] void abort_for_overrun() {
     char line[line_room];
     std::snprintf(line, sizeof line, "%s: STACK CORRUPTION DETECTED -- ABORTING\n", log_progname);
+    vor::write_to_open_log_file(line, std::strlen(line));
     write_second_output(line);
-    log_lock.unlock();
+    vor::let_processes_in();
     std::abort();
 }
 
@@ -123,7 +123,9 @@ void write_line(int32_t level, const char *format, va_list args) {
         grown.reset(vor::allocate_array<char>(length + 1));
         if (grown) print_line({grown.get(), length + 1, 0}, prefix, format, args);
     }
-    if (!(level & LOGMESG_NO_STDERR)) write_second_output(grown ? grown.get() : line);
+    const char *const whole = grown ? grown.get() : line;
+    if (!(level & LOGMESG_NO_FILE)) vor::write_to_log_file(whole, std::strlen(whole));
+    if (!(level & LOGMESG_NO_STDERR)) write_second_output(whole);
     if (length >= sizeof line) abort_for_overrun();
 }
 
@@ -140,8 +142,10 @@ int32_t logmesg(int32_t level, const char *format, ...) {
 }
 
 int32_t vlogmesg(int32_t level, const char *format, va_list args) {
-    const std::lock_guard<std::recursive_mutex> guard(log_lock);
-    if (level == LOGMESG_SET_HOOK) {
+    const vor::LogTurn turn;
+    if (level == LOGMESG_SET_FILE) {
+        vor::set_log_file(format, !turn.came_second());
+    } else if (level == LOGMESG_SET_HOOK) {
         log_hook = std::bit_cast<logmesg_hook>(format);
     } else if (level >= 0 && !format) {
         // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized): the check loses the parameter

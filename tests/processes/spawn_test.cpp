@@ -22,6 +22,7 @@
 #include "support/byte_file.h"
 #include "support/failing_malloc.h"
 #include "support/in_child.h"
+#include "support/log_hearer.h"
 #include "support/scoped_env.h"
 #include "support/temp_dir.h"
 
@@ -30,6 +31,7 @@ using vor::test::in_child;
 using vor::test::read_text;
 using vor::test::ScopedEnv;
 using vor::test::TempDir;
+using vor::test::Texts;
 using vor::test::write_text;
 
 namespace {
@@ -54,40 +56,13 @@ long __wrap_syscall(long number, long a, long b, long c, long d) {
 
 namespace {
 
-using Texts = std::vector<std::string>;
-
 const std::string program = VOR_SPAWNED_PROGRAM;
 
 std::string line_of(const std::string &rest) {
     return "\"" + program + "\" " + rest;
 }
 
-// Lines of the log, "[Error]: text" each.
-Texts *heard = nullptr;
-
-void hear(const char *line) {
-    const std::string text = line;
-    const size_t at = text.find('[');
-    heard->push_back(text.substr(at, text.size() - at - 1));
-}
-
-class Spawn : public ::testing::Test {
-protected:
-    void SetUp() override {
-        heard = &log_;
-        logmesg_set_hook(hear);
-    }
-    void TearDown() override { logmesg_set_hook(nullptr); }
-
-    Texts take_log() {
-        Texts lines;
-        lines.swap(log_);
-        return lines;
-    }
-
-private:
-    Texts log_;
-};
+class Spawn : public vor::test::LogHearer {};
 
 using Process = std::unique_ptr<kel_process, decltype(&kel_process_close)>;
 
@@ -380,22 +355,36 @@ TEST_F(Spawn, FileThatCannotBeOpenedFails) {
     EXPECT_FALSE(has_children());
 }
 
+TEST_F(Spawn, LongNameOfAFileIsCutInTheLog) {
+    const std::string name(5000, 'n');
+    EXPECT_FALSE(hold(spawnvx(line_of("exit 0").c_str(), nullptr, nullptr, name.c_str())));
+    const Texts log = take_log();
+    ASSERT_FALSE(log.empty());
+    EXPECT_EQ(log[0], "[Warning]: spawnvx: open outfile=\"" + name.substr(0, 1023) +
+                          "\": error=" + std::to_string(ENAMETOOLONG));
+}
+
+// The limit of descriptors under which there is room for so many more.
+rlim_t limit_with_room_for(int descriptors) {
+    int limit = 0;
+    for (int free = 0; free <= descriptors; ++limit)
+        free += ::fcntl(limit, F_GETFD) == -1 ? 1 : 0;
+    return static_cast<rlim_t>(limit - 1);
+}
+
 // What is logged when the caller may open only so many descriptors more.
 std::string log_with_room_for(int descriptors, const char *outfile) {
     return in_child([&] {
-        Texts lines;
-        heard = &lines;
-        const int filler = ::dup(0); // fills the gap that the pipe to the parent has left
-        const int next = filler < 0 ? -1 : ::dup(0);
-        ::close(next);
+        logmesg(LOGMESG_NOTE, "a child has a log mutex of its own");
+        vor::test::LogHearer::take_log();
         struct rlimit limit = {};
         ::getrlimit(RLIMIT_NOFILE, &limit);
-        limit.rlim_cur = static_cast<rlim_t>(next + descriptors);
+        limit.rlim_cur = limit_with_room_for(descriptors);
         ::setrlimit(RLIMIT_NOFILE, &limit);
         if (spawnvx(line_of("exit 0").c_str(), nullptr, nullptr, outfile))
             return std::string("started");
         std::string result;
-        for (const std::string &line : lines)
+        for (const std::string &line : vor::test::LogHearer::take_log())
             result += line + "\n";
         return result;
     });
