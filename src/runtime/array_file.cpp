@@ -40,12 +40,12 @@ malloc_ptr<char[]> read_list_file(const char *name, size_t *length) {
     const std::unique_ptr<std::FILE, CloseStream> stream(
         find_config_file(name, CF_BINARY, nullptr));
     if (!stream) {
-        logmesg(LOGMESG_ERROR, "cannot find file \"%s\"", name);
+        logmesg(LOGMESG_ERROR, "cannot find file \"%.1023s\"", name);
         return nullptr;
     }
     *length = 0;
     malloc_ptr<char[]> text = read_stream(stream.get(), length);
-    if (!text) logmesg(LOGMESG_ERROR, "cannot read file \"%s\"", name);
+    if (!text) logmesg(LOGMESG_ERROR, "cannot read file \"%.1023s\"", name);
     return text;
 }
 

@@ -22,9 +22,9 @@ enum {
 
 /* Flags of savebackup. */
 enum {
-    BACKUP_COUNT_MASK = 0x1F,  /* the number of generations for this call; 0 is the setting */
+    BACKUP_COUNT_MASK = 0x1F,  /* generations to keep by this call; 0: as set */
     BACKUP_COPY = 0x100,       /* every move is a copy, and the file stays in place */
-    BACKUP_SINGLE = 0x200,     /* the single backup, whatever the number of generations */
+    BACKUP_SINGLE = 0x200,     /* no generations, but the single backup */
     BACKUP_DROP_OLDEST = 0x400 /* when all generations exist none is left alone */
 };
 
@@ -58,7 +58,7 @@ VOR_API int32_t savebackup(const char *name, uint32_t flags);
 /* Looks for the newest backup of `name`: generations 1 to `limit`, none for a `limit` of 0, then
  * the single backup. The result is the generation's number; 0 for the single backup; -1 if there is
  * none. `buffer`, which may be `name` and needs room for BACKUP_SUFFIX_ROOM bytes more, gets the
- * backup's name, and on -1 the name of the single backup. */
+ * backup's name; without one, that which the single backup would have. */
 VOR_API int32_t find_backup_ext(char *buffer, const char *name, int32_t limit);
 
 /* Copies the newest backup of `name` over it, times and permissions included; the backup stays. The

@@ -19,20 +19,20 @@ extern "C" {
 /* How a file is looked for and opened. Without CF_WRITE and CF_DELETE it is read. CF_BACKUP and
  * CF_DEFAULT do not go with those two. */
 enum {
-    CF_BACKUP = 0x0001,    /* read the newest backup, not the file */
+    CF_BACKUP = 0x0001,    /* read what its newest backup holds */
     CF_WRITE = 0x0002,     /* write the file anew */
     CF_BINARY = 0x0004,    /* no translation of line ends */
     CF_NODEFAULT = 0x0008, /* do not fall back on the system's default */
     CF_TRYBACKUP = 0x0010, /* fall back on the newest backup, before the default */
     CF_CLOSE = 0x0020,     /* only find the file; with CF_WRITE, without any look at it */
-    CF_CONTINUE = 0x0040,  /* a backslash at a line's end continues it */
+    CF_CONTINUE = 0x0040,  /* a line that ends in a backslash goes on in the next */
     CF_APPEND = 0x0080,    /* write at the end of the file, if CF_SAVE leaves one there */
     CF_SAVE = 0x0100,      /* before a write or delete, move the file to its backups */
     CF_SAVEALL = 0x0200,   /* with CF_SAVE: as savebackup with BACKUP_DROP_OLDEST */
     CF_DELETE = 0x0400,    /* delete the file */
     CF_DEFAULT = 0x0800,   /* read the system's default at once */
     CF_PATHOK = 0x1000     /* take an absolute name, or one that starts with "./" or "../", as it
-                              is; there is no default for it */
+                              is; it has no default to fall back on */
 };
 
 /* A parameter file. A caller reads the fields and changes none. */

@@ -70,7 +70,7 @@ Descriptor open_output(const Target &target) {
     constexpr int32_t flags = KEL_O_RDWR | KEL_O_CREAT | KEL_O_SEQUENTIAL;
     Descriptor file(kel_open(target.file, flags, KEL_DEFAULT_PERMISSIONS));
     if (!file.valid()) {
-        logmesg(LOGMESG_WARNING, "spawnvx: open outfile=\"%s\": error=%d", target.file, errno);
+        logmesg(LOGMESG_WARNING, "spawnvx: open outfile=\"%.1023s\": error=%d", target.file, errno);
     }
     return file;
 }

@@ -100,6 +100,12 @@ TEST(ListFile, ThatIsNotThereFreesTheBlock) {
     EXPECT_EQ(list_of("1", "@"), "-1: none [Error]: cannot find file \"\"");
 }
 
+TEST(ListFile, LongNameIsCutInTheLog) {
+    const std::string name(5000, 'n');
+    EXPECT_EQ(list_of("1", "@" + name),
+              "-1: none [Error]: cannot find file \"" + name.substr(0, 1023) + "\"");
+}
+
 TEST(ListFile, ThatIsNotThereLeavesAFixedBlockToItsCaller) {
     const TempDir home;
     const ScopedEnv place("QUORVENTAHOME", home.path().c_str());

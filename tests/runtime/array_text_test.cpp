@@ -6,41 +6,16 @@
 #include <vector>
 
 #include "runtime/arrays.h"
-#include "runtime/log.h"
 #include "support/comma_locale.h"
 #include "support/failing_malloc.h"
+#include "support/log_hearer.h"
 
 namespace {
 
 using vor::test::FailingMalloc;
-using Texts = std::vector<std::string>;
+using vor::test::Texts;
 
-Texts *heard = nullptr;
-
-// Lines of the log, "[Error]: text" each.
-void hear(const char *line) {
-    const std::string text = line;
-    const size_t at = text.find('[');
-    heard->push_back(text.substr(at, text.size() - at - 1));
-}
-
-class NumericArray : public ::testing::Test {
-protected:
-    void SetUp() override {
-        heard = &log_;
-        logmesg_set_hook(hear);
-    }
-    void TearDown() override { logmesg_set_hook(nullptr); }
-
-    Texts take_log() {
-        Texts lines;
-        lines.swap(log_);
-        return lines;
-    }
-
-private:
-    Texts log_;
-};
+class NumericArray : public vor::test::LogHearer {};
 
 int32_t get(const char *text, int32_t **data, int32_t *size, uint32_t flags) {
     return xget_int_array_ex(text, data, size, flags);
