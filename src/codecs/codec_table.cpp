@@ -10,6 +10,7 @@
 #include "codecs/codecs.h"
 #include "codecs/fixed_width.h"
 #include "codecs/reading.h"
+#include "formats/format_modules.h"
 #include "trackfile/handle.h"
 #include "util/owned.h"
 
@@ -58,6 +59,7 @@ int32_t grow_table() {
 }
 
 rle_row *find_row(const char *name) {
+    if (!name) return nullptr;
     for (size_t i = 0; i < rows; ++i) {
         if (table[i].name && std::strcmp(table[i].name, name) == 0) return table + i;
     }
@@ -72,8 +74,14 @@ size_t first_empty_row() {
     return i;
 }
 
+// Lets the module of the bitmap codecs install its finder and hook, unless a program has done so.
+void want_bitmap_codecs() {
+    if (!bitmap_finder && autoload_allowed()) lfbm_load();
+}
+
 const rle_row *find_codec(const xvor_t *h, const char *name) {
     if (!has(h, LF_BITMAP)) return findrle_functions(name);
+    want_bitmap_codecs();
     return bitmap_finder ? bitmap_finder(name) : nullptr;
 }
 
@@ -93,6 +101,9 @@ using namespace vor;
 int32_t rle_cvtregister(const rle_row *row) {
     if (!table && start_table() < 0) return -1;
     if (!row) return 0;
+    if (!row->name) {
+        return lferror(nullptr, "rle_cvtregister", LFE_ARGUMENT, 0, "codec without a name");
+    }
     if (find_row(row->name)) return 1;
     const size_t place = first_empty_row();
     if (place == rows && grow_table() < 0) return -1;
@@ -108,7 +119,8 @@ const rle_row *findrle_functions(const char *name) {
 int32_t lfrw_functions(xvor_t *h, const char *name) {
     const rle_row *row = find_codec(h, name);
     if (!row) {
-        return lferror(nullptr, name, LFE_ARGUMENT, 0, "Cannot find r/w functions for format");
+        return lferror(nullptr, name ? name : "lfrw_functions", LFE_ARGUMENT, 0,
+                       "Cannot find r/w functions for format");
     }
     const bool mirrored = reads_mirrored(h, row, name);
     rle_setup_scaler(h, clamp_int32(window_length(h)), h->ysize, row->limit,
@@ -133,9 +145,9 @@ int32_t lfbmsetup(rle_finder finder, rle_register_hook hook) {
 
 int32_t lfcvt_register(const rle_row *row, const char *bitmap_name) {
     const int32_t registered = rle_cvtregister(row);
-    if (bitmap_hook) {
-        const int32_t result = bitmap_hook(bitmap_name);
-        if (result < 0 || !row) return result;
-    }
-    return registered;
+    if (!bitmap_name) return registered;
+    want_bitmap_codecs();
+    if (!bitmap_hook) return registered;
+    const int32_t result = bitmap_hook(bitmap_name);
+    return result < 0 || !row ? result : registered;
 }

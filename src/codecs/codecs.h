@@ -34,14 +34,18 @@ typedef struct rle_row {
 } rle_row;
 
 /* Adds a codec; NULL only sets the table up. 0 done; 1 a codec of this name exists, and stays; -1
- * out of memory, after a report of code 5. The row is copied, its name is not. */
+ * after a report: code 5, out of memory, or code 15 "codec without a name". The row is copied, its
+ * name is not. */
 VOR_API int32_t rle_cvtregister(const rle_row *row);
 
-/* The codec of that exact name, or NULL. The pointer holds until the next rle_cvtregister. */
+/* The codec of that exact name, or NULL, as for NULL. The pointer holds until the next
+ * rle_cvtregister. */
 VOR_API const rle_row *findrle_functions(const char *name);
 
 /* Gives the handle the codec's functions, as its window, size and LF_YMIRROR ask for; under
- * LF_BITMAP the codec comes from the finder of lfbmsetup. 0, or -1 after a report of code 15
+ * LF_BITMAP the codec comes from the finder of lfbmsetup, and without one the module "vortobm" is
+ * loaded first, unless KEL_NO_AUTOLOAD is set in the environment; what that reports is told at
+ * lfbmsetup. 0, or -1 after a report of code 15
  * "Cannot find r/w functions for format". A codec without mirrored readers reads forward, after a
  * warning. */
 VOR_API int32_t lfrw_functions(xvor_t *h, const char *name);
@@ -57,10 +61,17 @@ typedef const rle_row *(*rle_finder)(const char *name);
  * lfcvt_register. */
 typedef int32_t (*rle_register_hook)(const char *name);
 
-/* Installs finder and hook for the codecs of bitmap handles; NULL for none. Result: 0. */
+/* Installs finder and hook for the codecs of bitmap handles; NULL for none. Result: 0.
+ *
+ * The module "vortobm" does this in its function `int32_t vortobm_init(void)`, whose result is 0 on
+ * success. so_open finds it when a codec is wanted and no finder is installed. Reported are code 2
+ * "failed to load vortobm module" where there is none, and code 15: "cannot find init symbol (bad
+ * module?)", "module init failed", after both of which it is closed, and "module allready loaded"
+ * if it has left no finder. */
 VOR_API int32_t lfbmsetup(rle_finder finder, rle_register_hook hook);
 
-/* Registers a codec (or none) and, if a bitmap name is given, tells the hook of it. Result: that of
+/* Registers a codec (or none) and, if a bitmap name is given, tells the hook of it; where no finder
+ * is installed, the module "vortobm" is loaded first, as lfrw_functions does. Result: that of
  * rle_cvtregister; that of the hook if it is negative or there is no row. */
 VOR_API int32_t lfcvt_register(const rle_row *row, const char *bitmap_name);
 

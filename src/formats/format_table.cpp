@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "formats/format_modules.h"
 #include "formats/formats.h"
 #include "util/owned.h"
 
@@ -28,10 +29,17 @@ int32_t grow_table() {
     return 0;
 }
 
-// Makes the table and puts the native format into row 0.
+bool make_room() {
+    return count < capacity || grow_table() == 0;
+}
+
+// Makes the table, puts the native format into row 0 and behind it the formats that the environment
+// wants from the start.
 int32_t start_table() {
     if (grow_table() < 0) return -1;
-    if (count == 0) lfregisterfmt(&vor_cvtformat);
+    if (count == 0 && lfregisterfmt(&vor_cvtformat) < 0) return 0;
+    const char *const list = std::getenv("KEL_AUTOLOAD");
+    if (list) vor::load_listed_formats(list, SIZE_MAX);
     return 0;
 }
 
@@ -45,10 +53,11 @@ int32_t lfregisterfmt(lffmt_t *descriptor) {
     }
     const int32_t known = lffmtindex(descriptor->name);
     if (known >= 0) return known;
-    if (count == capacity && grow_table() < 0) return -1;
+    if (!make_room()) return -1;
     if (descriptor->init && descriptor->init() < 0) {
         return lferror(nullptr, descriptor->name, LFE_ARGUMENT, 0, "module init failed");
     }
+    if (!make_room()) return -1; // the init may have registered formats of its own
     table[count++] = descriptor;
     if (init_callback) init_callback(descriptor);
     return count - 1;

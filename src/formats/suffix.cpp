@@ -4,20 +4,9 @@
 #include <cstring>
 #include <string_view>
 
+#include "formats/colon_list.h"
 #include "formats/formats.h"
 #include "util/paths.h"
-
-namespace {
-
-// Takes the next item off the list. A colon at the very end opens no further item.
-std::string_view next_item(std::string_view *list) {
-    const size_t colon = list->find(':');
-    const std::string_view item = list->substr(0, colon);
-    list->remove_prefix(colon == std::string_view::npos ? list->size() : colon + 1);
-    return item;
-}
-
-} // namespace
 
 const char *getsuffix(const char *file_name) {
     const char *base = kel_basename(file_name);
@@ -32,7 +21,7 @@ int32_t lfsuffixindex(int32_t row, const char *file_name) {
     int32_t result = -1;
     std::string_view list = text;
     for (int32_t position = 1; !list.empty(); ++position) {
-        const std::string_view item = next_item(&list);
+        const std::string_view item = vor::next_item(&list);
         if (item.empty()) {
             result = 0;
         } else if (suffix && item == suffix) {

@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "formats/formats.h"
+#include "formats/suffix_loader.h"
 #include "platform/kel.h"
 #include "trackfile/handle.h"
 
@@ -93,6 +94,7 @@ int32_t lffiletype(const char *name, lfinfo *info) {
         return 0;
     }
     std::memset(info, 0, sizeof *info);
+    offer_suffix(name);
     guess_format(name, info);
     return -1;
 }

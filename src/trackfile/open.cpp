@@ -8,6 +8,7 @@
 
 #include "formats/detect.h"
 #include "formats/formats.h"
+#include "formats/suffix_loader.h"
 #include "platform/kel.h"
 #include "trackfile/handle.h"
 #include "util/owned.h"
@@ -206,6 +207,7 @@ uint32_t next_serial() {
 using namespace vor;
 
 xvor_t *lfopen(const char *name, uint32_t mode, int32_t type, lfinfo *info) {
+    offer_suffix(name);
     const int32_t fd = kel_open(name, open_flags(mode), KEL_DEFAULT_PERMISSIONS);
     const int open_error = errno;
     // A format may need no file, so it is asked without a descriptor too.

@@ -125,6 +125,24 @@ TEST_F(FormatTableFresh, GrowsWithTheRegistrationBehindItsSixtyFourRows) {
         ::testing::ExitedWithCode(0), "");
 }
 
+int32_t init_that_registers() {
+    return lfregisterfmt(new_format("within"));
+}
+
+TEST_F(FormatTableFresh, LetsAnInitRegisterFormatsWhenTheRowsRunOut) {
+    EXPECT_EXIT(
+        {
+            for (int i = 1; i < 63; ++i)
+                expect(lfregisterfmt(new_format("filling")) == i);
+            lffmt_t *format = new_format("outer");
+            format->init = init_that_registers;
+            expect(lfregisterfmt(format) == 64);
+            expect(lfdescriptor(64) == format && lfdescriptor(63) && !lfdescriptor(65));
+            std::exit(0);
+        },
+        ::testing::ExitedWithCode(0), "");
+}
+
 // ---- registration ---------------------------------------------------------------------------
 
 TEST_F(FormatTable, NativeFormatIsRowZero) {
