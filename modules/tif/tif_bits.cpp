@@ -22,14 +22,6 @@ constexpr uint64_t swap_bits(uint64_t x, uint64_t mask, int distance) {
     return x ^ t ^ (t << distance);
 }
 
-// The bits of a byte from `first` on, and those before `end`.
-constexpr uint8_t bits_from(int64_t first) {
-    return static_cast<uint8_t>(0xFF >> first);
-}
-constexpr uint8_t bits_before(int64_t end) {
-    return static_cast<uint8_t>(~(0xFF >> end));
-}
-
 } // namespace
 
 void invert(std::span<uint8_t> row) {
@@ -51,20 +43,6 @@ void mirror_bits(std::span<uint8_t> row, int32_t pixels) {
         const unsigned next = i + 1 < row.size() ? row[i + 1] : 0u;
         row[i] = static_cast<uint8_t>(((unsigned{row[i]} << 8 | next) << spare) >> 8);
     }
-}
-
-void set_bits(std::span<uint8_t> row, int64_t first, int64_t count) {
-    if (count <= 0) return;
-    const int64_t end = first + count;
-    auto *begin_byte = row.data() + first / 8;
-    auto *end_byte = row.data() + end / 8;
-    if (begin_byte == end_byte) {
-        *begin_byte |= static_cast<uint8_t>(bits_from(first % 8) & bits_before(end % 8));
-        return;
-    }
-    *begin_byte |= bits_from(first % 8);
-    std::fill(begin_byte + 1, end_byte, uint8_t{0xFF});
-    if (end % 8 != 0) *end_byte |= bits_before(end % 8);
 }
 
 // Bits change places across the diagonal of ever larger squares: of 2, 4 and 8 pixels.

@@ -6,12 +6,11 @@
 #include <cstdint>
 #include <span>
 
+#include "shared/row_format.h"
+
 namespace vor::tif {
 
-// Bytes of a row.
-constexpr int64_t row_bytes(int64_t pixels, int bits) {
-    return (pixels * bits + 7) / 8;
-}
+using raster::row_bytes;
 
 void invert(std::span<uint8_t> row);
 
@@ -19,9 +18,6 @@ void invert(std::span<uint8_t> row);
 // it come out as 0.
 void mirror_bytes(std::span<uint8_t> row);
 void mirror_bits(std::span<uint8_t> row, int32_t pixels);
-
-// Sets `count` bits from bit `first` on.
-void set_bits(std::span<uint8_t> row, int64_t first, int64_t count);
 
 // Turns 8 rows of 8 pixels over: byte i of the result is column i, its highest bit row 0.
 void transpose_block(uint8_t (&block)[8]);

@@ -4,10 +4,10 @@
 
 #include <cstdint>
 #include <memory>
-#include <new>
 
 #include <tiffio.h>
 
+#include "shared/row_reading.h"
 #include "tif/tif_columns.h"
 #include "tif/tif_picture.h"
 #include "tif/tif_rows.h"
@@ -15,8 +15,10 @@
 
 namespace vor::tif {
 
-// The largest block that is made on the word of a file, in bytes.
-constexpr int64_t largest_block = int64_t{256} << 20;
+using raster::file_bytes;
+using raster::guarded;
+using raster::has;
+using raster::largest_block;
 
 struct EndTiff {
     void operator()(TIFF *tiff) const { TIFFCleanup(tiff); }
@@ -35,7 +37,13 @@ struct Trouble {
 };
 
 // The handle's fmtdata.
-struct TifFile {
+struct TifFile : raster::RowReading {
+    static constexpr const char *reader = "tif_readtrack";
+
+    int32_t tracks() const { return picture.tracks(); }
+    bool deliver(xvor_t *h, int32_t track); // tif_format.cpp
+    const char *reason() const { return trouble.extra(); }
+
     xvor_t *handle = nullptr;
     Trouble trouble;
     TiffPtr tiff; // on the write road from lfcheck on
@@ -44,39 +52,20 @@ struct TifFile {
     Picture picture;
     RowBands rows;
     ColumnBands columns;
-    int32_t next = 0; // the track to be read next
-    lf_readtrack_fn decode = nullptr;
 
     // Writing.
     int32_t orientation = ORIENTATION_TOPLEFT;
+    int32_t height = 0;   // as the file was begun with
     uint32_t written = 0; // rows
 };
 
 inline TifFile *file_of(const xvor_t *h) {
-    return static_cast<TifFile *>(h->fmtdata);
-}
-
-inline bool has(const xvor_t *h, uint32_t flag) {
-    return (h->flags & flag) != 0;
-}
-
-// What C++ throws ends here: the library's calls know no exceptions.
-template <class Function>
-int32_t guarded(xvor_t *h, const char *where, Function function) {
-    try {
-        return function();
-    } catch (const std::bad_alloc &) {
-        return lferror(h, where, LFE_MEMORY, 0, nullptr);
-    }
+    return raster::file_of<TifFile>(h);
 }
 
 // tif_stream.cpp: libtiff on the handle's descriptor, which stays the handle's. Null on failure,
 // with the reason in `trouble`.
 TiffPtr open_tiff(TifFile *file, const char *mode);
-int64_t file_bytes(const xvor_t *h); // -1 if the descriptor does not tell
-
-// tif_format.cpp: a buffer that holds `bytes`, for the codecs to work in. Reports.
-int32_t make_buffer(xvor_t *h, int64_t bytes);
 
 // tif_write.cpp: the hooks of the write road.
 int32_t set_up_write(xvor_t *h);

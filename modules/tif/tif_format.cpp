@@ -2,12 +2,9 @@
 // and put into the handle's buffer, which holds just one; from there the codecs "bm1" and "bm8"
 // take it.
 
-#include <cerrno>
-#include <cstdlib>
 #include <cstring>
 #include <span>
 
-#include "codecs/codecs.h"
 #include "tif/tif_bits.h"
 #include "tif/tif_file.h"
 
@@ -80,73 +77,8 @@ int32_t detect(xvor_t *h, const uint8_t *head, int32_t size) {
     return guarded(h, "tif_detect", [h] { return set_up_read(h); });
 }
 
-// Puts a track into the buffer.
-bool deliver(xvor_t *h, TifFile *file, int32_t track) {
-    const Picture &picture = file->picture;
-    const Orientation &turn = picture.orientation;
-    const int32_t number = turn.reversed ? picture.tracks() - 1 - track : track;
-    const uint8_t *pixels = turn.transposed ? file->columns.column(number) : file->rows.row(number);
-    if (!pixels) return false;
-    const std::span<uint8_t> row(h->buf, static_cast<size_t>(h->rowbytes));
-    std::memcpy(row.data(), pixels, row.size());
-    if (turn.mirrored && picture.bits == 1) mirror_bits(row, picture.pixels());
-    if (turn.mirrored && picture.bits == 8) mirror_bytes(row);
-    if (picture.white_is_zero) invert(row);
-    h->bufptr = h->buf;
-    h->bufend = h->buf + row.size();
-    return true;
-}
-
-int32_t read_track(xvor_t *h, trackbuf *t) {
-    constexpr const char *where = "tif_readtrack";
-    TifFile *file = file_of(h);
-    if (has(h, LF_EOF) || file->next < 0 || file->next >= file->picture.tracks()) {
-        errno = 0; // the text of an older failure would mislead
-        return lferror(h, where, LFE_EOF, 0, nullptr);
-    }
-    return guarded(h, where, [=] {
-        if (!deliver(h, file, file->next)) {
-            return lferror(h, where, LFE_CORRUPT, 0, file->trouble.extra());
-        }
-        ++file->next;
-        return file->decode(h, t);
-    });
-}
-
-int32_t skip_track(xvor_t *h, int32_t) {
-    ++file_of(h)->next;
-    return 1;
-}
-
-// Nothing is decoded before the track is really wanted.
-int32_t seek_track(xvor_t *h, int32_t track) {
-    file_of(h)->next = h->otrack ? h->otrack[track] : h->xa + track;
-    return 0;
-}
-
-// The track that a codec works on is whole in the buffer, and nothing comes behind it.
-int32_t no_more_bytes(xvor_t *h) {
-    h->bufptr = h->bufend = h->buf;
-    return 0;
-}
-
-int32_t check_read(xvor_t *h) {
-    const int64_t size = row_bytes(h->fysize, h->bits);
-    if (make_buffer(h, size) < 0) return -1;
-    h->bufend = h->buf;
-    h->rowbytes = static_cast<int32_t>(size);
-    if (lfrw_functions(h, h->bits == 1 ? "bm1" : "bm8") < 0) return -1;
-    file_of(h)->decode = h->readtrack;
-    h->readtrack = read_track;
-    h->skiptrack = skip_track;
-    h->writetrack = nullptr;
-    h->seekfn = seek_track;
-    h->fillbuf = no_more_bytes;
-    return 0;
-}
-
 int32_t check(xvor_t *h) {
-    if ((h->flags & LF_ACCMODE) == LF_READ) return check_read(h);
+    if ((h->flags & LF_ACCMODE) == LF_READ) return raster::check_read<TifFile>(h, "tif_check");
     return guarded(h, "tif_check", [h] { return check_write(h); });
 }
 
@@ -166,15 +98,17 @@ int32_t close(xvor_t *h) {
 
 } // namespace
 
-int32_t make_buffer(xvor_t *h, int64_t bytes) {
-    void *grown =
-        bytes <= largest_block ? std::realloc(h->buf, static_cast<size_t>(bytes)) : nullptr;
-    if (!grown) return lferror(h, "tif_check", LFE_MEMORY, 0, nullptr);
-    h->buf = static_cast<uint8_t *>(grown);
-    h->bufsize = static_cast<uint32_t>(bytes);
-    h->bufptr = h->buf;
-    h->bufend = h->buf + bytes;
-    return 0;
+bool TifFile::deliver(xvor_t *h, int32_t track) {
+    const Orientation &turn = picture.orientation;
+    const int32_t number = turn.reversed ? picture.tracks() - 1 - track : track;
+    const uint8_t *pixels = turn.transposed ? columns.column(number) : rows.row(number);
+    if (!pixels) return false;
+    const std::span<uint8_t> row(h->buf, static_cast<size_t>(h->rowbytes));
+    std::memcpy(row.data(), pixels, row.size());
+    if (turn.mirrored && picture.bits == 1) mirror_bits(row, picture.pixels());
+    if (turn.mirrored && picture.bits == 8) mirror_bytes(row);
+    if (picture.white_is_zero) invert(row);
+    return true;
 }
 
 } // namespace vor::tif
@@ -184,7 +118,7 @@ lffmt_t tif_cvtformat = {
     .suffix = ".tif",
     .suffixlist = ".tif:.tiff:",
     .module = nullptr,
-    .init = nullptr,
+    .init = vor::raster::register_exact_bits,
     .detect = vor::tif::detect,
     .wrsetup = vor::tif::wrsetup,
     .reserved1 = nullptr,

@@ -16,29 +16,14 @@ const TifFile *client(thandle_t data) {
 }
 
 tmsize_t read_bytes(thandle_t data, void *to, tmsize_t size) {
-    auto *bytes = static_cast<uint8_t *>(to);
-    tmsize_t have = 0;
-    while (have < size) {
-        const int64_t got =
-            kel_read(client(data)->handle->fd, bytes + have, static_cast<size_t>(size - have));
-        if (got < 0) return -1;
-        if (got == 0) break;
-        have += static_cast<tmsize_t>(got);
-    }
-    return have;
+    return static_cast<tmsize_t>(
+        raster::read_fully(client(data)->handle->fd, to, static_cast<size_t>(size)));
 }
 
 tmsize_t write_bytes(thandle_t data, void *from, tmsize_t size) {
-    const auto *bytes = static_cast<const uint8_t *>(from);
     if (client(data)->trouble.ended) return -1;
-    tmsize_t done = 0;
-    while (done < size) {
-        const int64_t put =
-            kel_write(client(data)->handle->fd, bytes + done, static_cast<size_t>(size - done));
-        if (put <= 0) return -1;
-        done += static_cast<tmsize_t>(put);
-    }
-    return done;
+    return raster::write_fully(client(data)->handle->fd, from, static_cast<size_t>(size)) ? size
+                                                                                          : -1;
 }
 
 toff_t seek(thandle_t data, toff_t offset, int whence) {
@@ -101,11 +86,6 @@ struct FreeOptions {
 };
 
 } // namespace
-
-int64_t file_bytes(const xvor_t *h) {
-    kel_stat_t status;
-    return kel_fstat(h->fd, &status) == 0 ? status.size : -1;
-}
 
 TiffPtr open_tiff(TifFile *file, const char *mode) {
     const std::unique_ptr<TIFFOpenOptions, FreeOptions> options(TIFFOpenOptionsAlloc());

@@ -108,6 +108,7 @@ int32_t begin_file(xvor_t *h, TifFile *file, int64_t row_size) {
     file->trouble.ended = true;
     file->tiff.reset();
     file->trouble.ended = false;
+    file->height = h->xsize;
     const bool big = int64_t{std::max(h->xsize, 1)} > classic_limit / row_size;
     if (file_bytes(h) > 0 && kel_truncate(h->fd, 0) != 0) {
         return lferror(h, where, LFE_OS, 0, nullptr);
@@ -119,48 +120,27 @@ int32_t begin_file(xvor_t *h, TifFile *file, int64_t row_size) {
 
 // Hands the rows in the buffer over.
 int32_t flush_rows(xvor_t *h) {
+    constexpr const char *where = "tif_flush";
     TifFile *file = file_of(h);
     const auto row_size = static_cast<size_t>(h->rowbytes);
     const std::span<uint8_t> rows(h->buf, h->bufptr);
     h->bufptr = h->buf;
     h->bufpos += static_cast<int64_t>(rows.size());
+    const auto count = static_cast<int64_t>(rows.size() / row_size);
+    if (raster::require_room(h, file->written + count, file->height, where) < 0) return -1;
     if (!is_gray(h)) invert(rows);
     file->trouble.clear();
     for (size_t i = 0; i + row_size <= rows.size(); i += row_size) {
         if (TIFFWriteScanline(file->tiff.get(), rows.data() + i, file->written, 0) != 1) {
-            return lferror(h, "tif_flush", LFE_OS, 0, file->trouble.extra());
+            return lferror(h, where, LFE_OS, 0, file->trouble.extra());
         }
         ++file->written;
     }
     return 0;
 }
 
-// The colour table's entry for the colour of a run; a colour beyond the table stands for itself.
-uint32_t colour_entry(const xvor_t *h, uint32_t colour) {
-    return colour < LF_NCOLORS ? h->ctable[colour] : colour;
-}
-
-// Codes a row of 1 bit exactly, whatever its length: the codec "bm1" writes whole bytes of a colour
-// and drops what does not fill one. Runs that end early leave the rest 0, runs beyond the row are
-// cut.
-int32_t write_bits(xvor_t *h, trackbuf *t) {
-    if (h->bufend - h->bufptr < h->rowbytes && lfflush(h) < 0) return -1;
-    const std::span<uint8_t> row(h->bufptr, static_cast<size_t>(h->rowbytes));
-    std::memset(row.data(), 0, row.size());
-    int64_t position = 0;
-    for (int32_t i = 0; i < t->nruns && position < h->fysize; ++i) {
-        const lfrun &run = t->data[has(h, LF_YMIRROR) ? t->nruns - 1 - i : i];
-        const int64_t length = std::min<int64_t>(run.length, h->fysize - position);
-        if (colour_entry(h, run.colour) != 0) set_bits(row, position, length);
-        position += length;
-    }
-    h->bufptr += row.size();
-    return 0;
-}
-
 int32_t assign_functions(xvor_t *h) {
-    if (lfrw_functions(h, is_gray(h) ? "bm8" : "bm1") < 0) return -1;
-    if (!is_gray(h)) h->writetrack = write_bits;
+    if (lfrw_functions(h, is_gray(h) ? "bm8" : raster::exact_bits) < 0) return -1;
     h->readtrack = nullptr;
     h->flushbuf = flush_rows;
     return 0;
@@ -184,8 +164,11 @@ int32_t set_up_write(xvor_t *h) {
 
 int32_t check_write(xvor_t *h) {
     const int64_t row_size = row_bytes(h->ysize, h->bits);
-    const int64_t rows = std::max<int64_t>(LF_BUFSIZE / row_size, 1);
-    if (begin_file(h, file_of(h), row_size) < 0 || make_buffer(h, rows * row_size) < 0) return -1;
+    const int64_t count = std::max<int64_t>(LF_BUFSIZE / row_size, 1);
+    if (begin_file(h, file_of(h), row_size) < 0 ||
+        raster::make_buffer(h, count * row_size, "tif_check") < 0) {
+        return -1;
+    }
     h->rowbytes = static_cast<int32_t>(row_size);
     return assign_functions(h);
 }
@@ -194,9 +177,7 @@ int32_t write_directory(xvor_t *h) {
     constexpr const char *where = "tif_whdr";
     TifFile *file = file_of(h);
     if (!file || !file->tiff) return lferror(h, where, LFE_ARGUMENT, 0, "no track was written");
-    if (h->track < 1 || (!has(h, LF_GROW) && h->track < h->xsize)) {
-        return lferror(h, where, LFE_COUNT, h->xsize - h->track, "tracks are missing");
-    }
+    if (raster::require_all_tracks(h, file->height, where) < 0) return -1;
     file->trouble.clear();
     if (TIFFWriteDirectory(file->tiff.get())) return 0;
     return lferror(h, where, LFE_OS, 0, file->trouble.extra());

@@ -48,7 +48,7 @@ extern "C" {
  * back. 0, or -1 after a report of code 15. */
 enum { LFS_TIF_ORIENTATION = 4097 };
 
-extern lffmt_t tif_cvtformat;
+extern VOR_MODULE_EXPORT lffmt_t tif_cvtformat;
 
 #ifdef __cplusplus
 }

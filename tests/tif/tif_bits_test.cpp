@@ -22,14 +22,6 @@ std::vector<uint8_t> random_row(size_t bytes, uint32_t number) {
     return row;
 }
 
-TEST(TifBits, RowsEndAtAWholeByte) {
-    EXPECT_EQ(row_bytes(1, 1), 1);
-    EXPECT_EQ(row_bytes(8, 1), 1);
-    EXPECT_EQ(row_bytes(9, 1), 2);
-    EXPECT_EQ(row_bytes(9, 8), 9);
-    EXPECT_EQ(row_bytes(INT32_MAX, 8), INT32_MAX);
-}
-
 TEST(TifBits, InvertingTwiceGivesTheRowBack) {
     std::vector<uint8_t> row = {0x00, 0xFF, 0xA5};
     invert(row);
@@ -55,18 +47,6 @@ TEST(TifBits, MirroringBitsReversesThePixelsOfEveryLength) {
             ASSERT_EQ(bit(row, i), bit(before, count - 1 - i)) << pixels << " pixels, " << i;
         for (size_t i = count; i < row.size() * 8; ++i)
             ASSERT_FALSE(bit(row, i)) << pixels << " pixels, " << i;
-    }
-}
-
-TEST(TifBits, SettingBitsTouchesTheRangeAndNothingElse) {
-    for (size_t first = 0; first <= 24; ++first) {
-        for (size_t count = 0; first + count <= 24; ++count) {
-            std::vector<uint8_t> row(3);
-            set_bits(row, static_cast<int64_t>(first), static_cast<int64_t>(count));
-            for (size_t i = 0; i < 24; ++i)
-                ASSERT_EQ(bit(row, i), i >= first && i < first + count)
-                    << first << "+" << count << ", bit " << i;
-        }
     }
 }
 

@@ -2,13 +2,12 @@
 // happens.
 
 #include <algorithm>
-#include <filesystem>
 #include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
 
-#include "support/byte_file.h"
+#include "support/picture_damage.h"
 #include "support/report_log.h"
 #include "support/temp_dir.h"
 #include "tif/raw_tiff.h"
@@ -17,39 +16,6 @@
 namespace {
 
 using namespace vor::test;
-
-// A new file of that name: to cut an old one off and fill it again makes some file systems wait for
-// the disk.
-void rewrite(const std::string &name, const std::vector<uint8_t> &bytes) {
-    std::filesystem::remove(name);
-    write_bytes(name, bytes);
-}
-
-// Reads all tracks; how many are not what the picture has, and how many fail.
-struct Outcome {
-    int32_t wrong = 0;
-    int32_t failed = 0;
-};
-
-Outcome read_all(xvor_t *h, const Image &image) {
-    Outcome outcome;
-    if (h->ysize > 4096 || h->xsize > 4096) return outcome; // a size that was altered
-    Track track(static_cast<uint32_t>(h->ysize));
-    for (int32_t n = 0; n < h->xsize; ++n) {
-        if (lfread(h, track.get(), n) < 0) {
-            ++outcome.failed;
-            continue;
-        }
-        std::vector<uint8_t> row;
-        for (const auto &[length, colour] : track.runs())
-            row.insert(row.end(), length, static_cast<uint8_t>(colour));
-        const bool same = n < image.height && h->ysize == image.width &&
-                          std::equal(row.begin(), row.end(), image.pixels.begin() + n * image.width,
-                                     image.pixels.begin() + (n + 1) * image.width);
-        if (!same) ++outcome.wrong;
-    }
-    return outcome;
-}
 
 // A file of one strip with its directory in front, so that cutting it cuts pixels.
 RawTiff directory_first(const std::string &name, const Form &form, const Image &image) {

@@ -13,7 +13,6 @@
 #include "support/owned_handles.h"
 #include "support/report_log.h"
 #include "support/temp_dir.h"
-#include "tif/tif_file.h"
 #include "tif/tiff_maker.h"
 #include "vor/vor.h"
 
@@ -407,13 +406,6 @@ TEST_F(TifFormat, TheCallersDescriptorMayStandAnywhere) {
     EXPECT_STREQ(lffilename(h.get()), "%%infile%%");
     kel_lseek(fd, 7, KEL_SEEK_SET);
     EXPECT_EQ(read_image(h.get()), image_);
-}
-
-TEST_F(TifFormat, AnExceptionBecomesTheFailureForLackOfMemory) {
-    const auto fail = []() -> int32_t { throw std::bad_alloc(); };
-    EXPECT_EQ(vor::tif::guarded(nullptr, "here", fail), -1);
-    EXPECT_EQ(log_.take(), (Lines{"here: out of memory"}));
-    EXPECT_EQ(vor::tif::guarded(nullptr, "here", [] { return 7; }), 7);
 }
 
 TEST_F(TifFormat, AFailedOpenLeavesTheCallersDescriptor) {

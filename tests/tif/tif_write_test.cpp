@@ -1,5 +1,6 @@
 // The write road: what goes in as tracks comes back as the same tracks, and libtiff finds the tags.
 
+#include <algorithm>
 #include <filesystem>
 #include <memory>
 #include <string>
@@ -17,16 +18,6 @@
 namespace {
 
 using namespace vor::test;
-
-Runs runs_of_row(const Image &image, int32_t y) {
-    Runs runs;
-    for (int32_t x = 0; x < image.width; ++x) {
-        if (runs.empty() || runs.back().second != image.at(x, y))
-            runs.emplace_back(0, image.at(x, y));
-        ++runs.back().first;
-    }
-    return runs;
-}
 
 uint16_t short_tag(const std::string &name, uint32_t tag) {
     TIFF *tiff = TIFFOpen(name.c_str(), "r");
@@ -296,6 +287,59 @@ TEST_F(TifWrite, ASizeThatChangesBehindTheFirstTrackIsRefused) {
     EXPECT_EQ(log_.take().front(), "tif_check: invalid argument | the file has tracks already");
     EXPECT_EQ(close_now(&h), -1);
     EXPECT_FALSE(open_tif(name_));
+}
+
+// A late change of the size without an lfcheck goes on in the file that was begun.
+TEST_F(TifWrite, RowsKeepTheWidthThatTheFileWasBegunWith) {
+    constexpr int32_t wider = 1 << 30;
+    for (const uint32_t type : {TIF_BILEVEL, TIF_GRAY}) {
+        Handle h = create(type);
+        ASSERT_TRUE(h);
+        ASSERT_EQ(lfsetsize(h.get(), 2, 12), 0);
+        ASSERT_EQ(lfcheck(h.get()), 0);
+        ASSERT_EQ(lfsetsize(h.get(), 2, wider), 0); // warns
+        Track track;
+        track.put({{3, 0}, {wider, 255}});
+        ASSERT_EQ(lfwrite(h.get(), track.get(), 0), 0);
+        track.put({{12, 0}, {wider, 255}});
+        ASSERT_EQ(lfwrite(h.get(), track.get(), 1), 0);
+        ASSERT_EQ(close_now(&h), 0);
+        Image expected{12, 2, std::vector<uint8_t>(24, 0)};
+        std::fill_n(expected.pixels.begin() + 3, 9, uint8_t{255});
+        EXPECT_EQ(read_back(), expected) << type;
+    }
+}
+
+TEST_F(TifWrite, ALateSmallerHeightLeavesTheFileUnfinished) {
+    Handle h = create(TIF_GRAY);
+    ASSERT_TRUE(h);
+    ASSERT_EQ(lfsetsize(h.get(), 5, 20), 0);
+    ASSERT_EQ(lfcheck(h.get()), 0);
+    ASSERT_EQ(lfsetsize(h.get(), 2, 20), 0); // warns
+    put_rows(h.get(), sample_image(20, 2, 8));
+    log_.take();
+    EXPECT_EQ(close_now(&h), -1);
+    EXPECT_EQ(log_.take().front(), "tif_whdr: error count: 3 | tracks are missing");
+}
+
+TEST_F(TifWrite, ALateGreaterHeightMakesNoRoom) {
+    for (const int32_t tracks : {2, 3}) {
+        const Image image = sample_image(20, tracks, 8);
+        Handle h = create(TIF_GRAY);
+        ASSERT_TRUE(h);
+        ASSERT_EQ(lfsetsize(h.get(), 2, 20), 0);
+        ASSERT_EQ(lfcheck(h.get()), 0);
+        ASSERT_EQ(lfsetsize(h.get(), 5, 20), 0); // warns
+        put_rows(h.get(), image);
+        log_.take();
+        EXPECT_EQ(close_now(&h), tracks == 2 ? 0 : -1);
+        if (tracks == 2) {
+            EXPECT_EQ(read_back(), image);
+        } else {
+            EXPECT_EQ(log_.take().front(),
+                      "tif_flush: invalid track number: 2 | the file was begun with fewer tracks");
+        }
+    }
 }
 
 TEST_F(TifWrite, APictureOfFourGigabytesBecomesABigTiff) {

@@ -109,21 +109,6 @@ std::string Form::describe() const {
            std::to_string(tile_width) + "x" + std::to_string(tile_length) + ", mode " + mode;
 }
 
-Image sample_image(int32_t width, int32_t height, int bits) {
-    Image image{width, height, {}};
-    image.pixels.resize(static_cast<size_t>(width) * static_cast<size_t>(height));
-    uint32_t noise = 1;
-    for (int32_t y = 0; y < height; ++y) {
-        for (int32_t x = 0; x < width; ++x) {
-            noise = noise * 1664525u + 1013904223u;
-            const uint32_t smooth = static_cast<uint32_t>(x * 7 + y * 3);
-            const uint32_t value = y % 3 == 0 ? noise >> 24 : smooth;
-            image.at(x, y) = bits == 8 ? static_cast<uint8_t>(value) : (value & 0x10 ? 255 : 0);
-        }
-    }
-    return image;
-}
-
 Place place_in_file(const Image &image, int orientation, int32_t x, int32_t y) {
     const int32_t right = image.width - 1 - x;
     const int32_t bottom = image.height - 1 - y;
@@ -165,21 +150,6 @@ void make_tiff(const std::string &name, const Form &form, const Image &image) {
         write_strips(tiff.get(), form, raster, width, length);
     }
     must(TIFFFlush(tiff.get()));
-}
-
-Image read_image(xvor_t *h) {
-    Track track(static_cast<uint32_t>(h->ysize));
-    Image image;
-    for (int32_t n = 0; n < h->xsize; ++n) {
-        if (lfread(h, track.get(), n) < 0) {
-            throw std::runtime_error("track " + std::to_string(n) + " is not read");
-        }
-        for (const auto &[length, colour] : track.runs())
-            image.pixels.insert(image.pixels.end(), length, static_cast<uint8_t>(colour));
-    }
-    image.width = h->ysize;
-    image.height = h->xsize;
-    return image;
 }
 
 Handle open_tif(const std::string &name, uint32_t mode) {
