@@ -21,6 +21,9 @@ public:
     // Makes room for `bytes` bytes in one piece.
     bool reserve(size_t bytes) { return room() >= bytes || flush(bytes); }
 
+    // What there is room for without a flush.
+    size_t room() const { return at_ < end_ ? static_cast<size_t>(end_ - at_) : 0; }
+
     // The next bytes, as far as they are reserved.
     uint8_t *at() { return at_; }
     void advance(size_t bytes) { at_ += bytes; }
@@ -39,8 +42,6 @@ public:
     void finish() { h_->bufptr = at_; }
 
 private:
-    size_t room() const { return at_ < end_ ? static_cast<size_t>(end_ - at_) : 0; }
-
     bool flush(size_t bytes) {
         h_->bufptr = at_;
         if (lfflush(h_) >= 0) {

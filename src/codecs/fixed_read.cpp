@@ -6,10 +6,7 @@
 // tested: those that still join the last run do no harm.
 
 #include "codecs/codec_functions.h"
-#include "codecs/fixed_width.h"
-#include "codecs/reading.h"
-#include "codecs/run_gatherer.h"
-#include "codecs/scaler.h"
+#include "codecs/fixed_decoder.h"
 
 namespace vor {
 namespace {
@@ -23,53 +20,32 @@ constexpr auto go_to_window<Fw16> = goto16bol;
 template <>
 constexpr auto go_to_window<Fw88> = goto88bol;
 
-enum class Stop { at_end, zero_code, no_room };
-
-// The decoding of a window. Its positions are pixels of the file, counted from the window's begin;
-// the first code may lie in front of it in part, so that they start at 0 or below.
-template <class Code, class Scale, Order order>
-struct Decoder {
-    using Unit = Code;
-
-    Decoder(const xvor_t *h, const trackbuf *t)
-        : window(window_length(h)), scale(h->ysize, window), palette(h), runs(t) {}
-
-    // Decodes the codes from `at` to `end`, or up to the one that reaches the window's end. Stops
-    // in front of a code that has no room.
-    template <Room room>
-    Stop decode(uint8_t *&at, const uint8_t *end) {
-        while (at != end && passed < window) {
-            const uint32_t length = Code::length(at);
-            if (length == 0) return Stop::zero_code;
-            const int64_t upto = std::min(passed + length, window);
-            const uint32_t colour = Code::colour(at, palette);
-            if (!runs.template add<room>(scale.at(upto), colour)) return Stop::no_room;
-            passed += length;
-            at += Code::bytes;
-        }
-        return Stop::at_end;
+// Decodes from `at` to `end`, for which there is room: in bulk as far as that goes, and what bulk
+// does not take code by code, first of all the one that begins the first run.
+template <class D>
+Stop decode_with_room(D *decoder, const uint8_t *&at, const uint8_t *end) {
+    static const BulkDecode<D> bulk = bulk_decode<D>();
+    if (!bulk || !bulk_allowed) return decoder->template decode<Room::known>(at, end);
+    for (ptrdiff_t codes = 1;; codes = 32) {
+        const ptrdiff_t stretch = std::min(codes * ptrdiff_t{D::Unit::bytes}, end - at);
+        const Stop stop = decoder->template decode<Room::known>(at, at + stretch);
+        if (stop != Stop::at_end || at == end || decoder->passed >= decoder->window) return stop;
+        bulk(decoder, at, end);
     }
-
-    int64_t window;
-    int64_t passed = 0;
-    Scale scale;
-    typename Code::Palette palette;
-    RunGatherer<order> runs;
-};
+}
 
 // Decodes codes that stand in the buffer. The working copy keeps the state of the loop in
 // registers.
 template <class D>
 Stop decode_block(xvor_t *h, D *state) {
     D decoder = *state;
-    uint8_t *at = h->bufptr;
+    const uint8_t *at = h->bufptr;
     const size_t bytes = bytes_of_codes<typename D::Unit>(h);
     const size_t room = decoder.runs.room();
     const Stop stop =
-        room != 0
-            ? decoder.template decode<Room::known>(at, at + std::min(bytes, room * D::Unit::bytes))
-            : decoder.template decode<Room::tested>(at, at + bytes);
-    h->bufptr = at;
+        room != 0 ? decode_with_room(&decoder, at, at + std::min(bytes, room * D::Unit::bytes))
+                  : decoder.template decode<Room::tested>(at, at + bytes);
+    h->bufptr += at - h->bufptr;
     *state = decoder;
     return stop;
 }

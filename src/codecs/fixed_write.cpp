@@ -1,6 +1,7 @@
 // The fixed-width writers. Runs of one file colour are joined and cut into codes, the full codes
 // first; a track of one run becomes a mark in the seek table.
 
+#include "codecs/bulk.h"
 #include "codecs/byte_sink.h"
 #include "codecs/codec_functions.h"
 #include "codecs/fixed_width.h"
@@ -27,6 +28,23 @@ public:
         }
         length_ += length;
         return true;
+    }
+
+    // Takes runs in bulk, as far as that goes, and gives their number. The last of them is the run
+    // being gathered then; its code stands behind the position and is written over.
+    int32_t put_runs(const lfrun *runs, int32_t count) {
+        static const BulkEncode encode = bulk_encode<Code>();
+        const size_t room = sink_.room() / Code::bytes;
+        if (!encode || !bulk_allowed || length_ == 0 || length_ > Code::limit || room < 2) return 0;
+        const size_t most = std::min(static_cast<size_t>(count), room - 1);
+        const size_t taken = encode(h_, runs, most, colour_, sink_.at() + Code::bytes);
+        if (taken == 0) return 0;
+        put_gathered();
+        sink_.advance((taken - 1) * Code::bytes);
+        codes_ += static_cast<int64_t>(taken - 1);
+        colour_ = Code::file_colour(h_, runs[taken - 1].colour);
+        length_ = runs[taken - 1].length;
+        return static_cast<int32_t>(taken);
     }
 
     bool put_gathered() {
@@ -74,14 +92,27 @@ void mark_blank(xvor_t *h, uint32_t colour) {
     h->seektab[h->track] = ~Code::blank_code(colour);
 }
 
+// Between the runs that are taken in bulk some are put one by one, more of them where few are
+// taken.
+template <class Code>
+bool put_all_runs(CodeWriter<Code> *writer, const xvor_t *h, const trackbuf *t) {
+    const bool forward = !has(h, LF_YMIRROR);
+    for (int32_t i = 0; i < t->nruns;) {
+        const int32_t taken = forward ? writer->put_runs(t->data + i, t->nruns - i) : 0;
+        i += taken;
+        const int32_t some = std::min(taken != 0 ? 8 : 64, t->nruns - i);
+        for (const int32_t upto = i + some; i < upto; ++i) {
+            const lfrun &run = run_to_write(h, t, i);
+            if (!writer->put_run(run.length, Code::file_colour(h, run.colour))) return false;
+        }
+    }
+    return true;
+}
+
 template <class Code>
 bool put_track(CodeWriter<Code> *writer, const xvor_t *h, const trackbuf *t) {
     if (has(h, LF_TRKBEGIN) && !writer->put_zero_code()) return false;
-    for (int32_t i = 0; i < t->nruns; ++i) {
-        const lfrun &run = run_to_write(h, t, i);
-        if (!writer->put_run(run.length, Code::file_colour(h, run.colour))) return false;
-    }
-    if (!writer->put_gathered()) return false;
+    if (!put_all_runs(writer, h, t) || !writer->put_gathered()) return false;
     return !has(h, LF_TRKEND) || writer->put_zero_code();
 }
 

@@ -48,6 +48,23 @@ public:
     // Completes the last run. False if it has no room.
     bool finish() { return take<Room::tested>(end_, 0, true); }
 
+    // For those that make many runs at a time: the run at hand, from output pixel `begin` to `end`;
+    // where the next completed run goes; and what was added. Forward runs follow upwards from
+    // next_slot, reversed ones downwards.
+    struct AtHand {
+        uint32_t begin;
+        uint32_t end;
+        uint32_t colour;
+    };
+    AtHand at_hand() const { return {begin_, end_, colour_}; }
+    lfrun *next_slot() const { return base_ + slot(); }
+    void added(size_t completed, const AtHand &now) {
+        count_ += completed;
+        begin_ = now.begin;
+        end_ = now.end;
+        colour_ = now.colour;
+    }
+
     // Hands the completed runs over.
     void publish(trackbuf *t) const {
         t->nruns = static_cast<int32_t>(count_);

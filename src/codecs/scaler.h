@@ -30,7 +30,7 @@ public:
     static constexpr bool one_to_one = false;
 
     // A window or an output of no pixels makes no pixels.
-    Rescaled(int64_t output, int64_t window) {
+    Rescaled(int64_t output, int64_t window) : output_(output), window_(window) {
         if (output < 1 || window < 1) return;
         const uint64_t n = static_cast<uint64_t>(output);
         const uint64_t w = static_cast<uint64_t>(window);
@@ -47,6 +47,9 @@ public:
         return static_cast<uint32_t>(whole_ * s + (high >> 32));
     }
 
+    int64_t output() const { return output_; }
+    int64_t window() const { return window_; }
+
 private:
     // ceil(part * 2^64 / whole), in two steps of 32 bits.
     static uint64_t fraction(uint64_t part, uint64_t whole) {
@@ -57,6 +60,8 @@ private:
         return (high << 32) + low + (exact ? 0 : 1);
     }
 
+    int64_t output_;
+    int64_t window_;
     uint64_t whole_ = 0;
     uint64_t step_ = 0;
     uint64_t start_ = 0;

@@ -12,6 +12,7 @@
 #include "support/failing_malloc.h"
 #include "support/in_child.h"
 #include "support/report_log.h"
+#include "support/scoped_env.h"
 
 namespace vor::test {
 namespace {
@@ -79,6 +80,23 @@ TEST(CodecTable, FindsNamesExactly) {
     EXPECT_EQ(findrle_functions("fw"), nullptr);
     EXPECT_EQ(findrle_functions("fw88 "), nullptr);
     EXPECT_EQ(findrle_functions(""), nullptr);
+}
+
+TEST(CodecTable, NoNameIsThatOfNoCodec) {
+    ReportLog log;
+    EXPECT_EQ(findrle_functions(nullptr), nullptr);
+    CodecHandle h;
+    h.set_window(0, 10, 10);
+    EXPECT_EQ(lfrw_functions(h.get(), nullptr), -1);
+    EXPECT_EQ(log.take(), (Lines{"lfrw_functions: invalid argument | Cannot find r/w functions for "
+                                 "format"}));
+}
+
+TEST(CodecTable, ACodecWithoutANameIsRefused) {
+    ReportLog log;
+    const rle_row row = forward_only(nullptr);
+    EXPECT_EQ(rle_cvtregister(&row), -1);
+    EXPECT_EQ(log.take(), (Lines{"rle_cvtregister: invalid argument | codec without a name"}));
 }
 
 TEST(CodecTable, SettingItUpAgainChangesNothing) {
@@ -263,7 +281,7 @@ const rle_row *find_one(const char *name) {
     return std::string(name) == "bm1" ? &found_row : nullptr;
 }
 int32_t hear_one(const char *name) {
-    asked_for = name ? name : "(none)";
+    asked_for = name;
     return hook_result;
 }
 
@@ -275,6 +293,8 @@ protected:
         found_row = forward_only("bm1");
     }
     ~BitmapCodecs() override { lfbmsetup(nullptr, nullptr); }
+
+    const ScopedEnv no_module{"KEL_NO_AUTOLOAD", "1"};
 };
 
 TEST_F(BitmapCodecs, ComeFromTheFinder) {
@@ -309,9 +329,17 @@ TEST_F(BitmapCodecs, RegistrationTellsTheHook) {
         hook_result = 5;
         if (lfcvt_register(&row, "newbm") != 0 || asked_for != "newbm") return false;
         if (lfcvt_register(&row, "again") != 1 || asked_for != "again") return false;
-        if (lfcvt_register(&row, nullptr) != 1 || asked_for != "(none)") return false;
         return findrle_functions("new") != nullptr;
     }));
+}
+
+TEST_F(BitmapCodecs, RegistrationWithoutABitmapNameTellsNobody) {
+    const rle_row row = forward_only("fw8");
+    lfbmsetup(nullptr, hear_one);
+    hook_result = -3;
+    EXPECT_EQ(lfcvt_register(&row, nullptr), 1);
+    EXPECT_EQ(lfcvt_register(nullptr, nullptr), 0);
+    EXPECT_EQ(asked_for, "");
 }
 
 TEST_F(BitmapCodecs, TheHooksResultCountsWithoutARowOrWhenNegative) {

@@ -1,140 +1,20 @@
 // The quick readers and walkers against the plain one: results, runs, reports and positions are the
-// same on good tracks and on bad ones.
+// same on good tracks and on bad ones, with the vector forms and without.
+
+#include "codecs/fixed_agreement.h"
 
 #include <gtest/gtest.h>
 
-#include <cstring>
 #include <random>
-#include <sstream>
-#include <string>
 #include <vector>
-
-#include "codecs/fixed_readers.h"
-#include "support/owned_handles.h"
-#include "support/report_log.h"
 
 namespace vor::test {
 namespace {
 
-// All that decides how a track is read.
-struct Setting {
-    std::vector<uint8_t> data;
-    uint32_t flags = 0;
-    int32_t fysize = 0;
-    int32_t ya = 0, ye = 0, ysize = 0;
-    uint32_t bufsize = LF_BUFSIZE;
-    size_t chunk = SIZE_MAX;
-    int fills_allowed = INT32_MAX;
-    uint32_t room = 64;
-    bool hook = false;
-    int32_t hook_result = 0;
-    bool one_colour = false; // entries 0 and 255 of the colour table are the same
-};
-
-struct Outcome {
-    int32_t result = 0;
-    Runs runs;
-    Lines reports;
-    size_t position = 0;
-    std::vector<int32_t> missing; // what the hook was told
-    bool operator==(const Outcome &) const = default;
-};
-
-std::vector<int32_t> hook_calls;
-int32_t hook_answer;
-
-int32_t hear_missing(xvor_t *, trackbuf *, int32_t missing) {
-    hook_calls.push_back(missing);
-    return hook_answer;
-}
-
-class SetHandle : public CodecHandle {
-public:
-    SetHandle(const Setting &s, Form form) : CodecHandle(s.data, s.bufsize) {
-        get()->flags = s.flags;
-        get()->fysize = s.fysize;
-        set_window(s.ya, s.ye, s.ysize);
-        chunk = s.chunk;
-        fills_allowed = s.fills_allowed;
-        get()->skiptrack = skip_of(form);
-        hook_calls.clear();
-        hook_answer = s.hook_result;
-        if (s.hook) get()->shorttrack = hear_missing;
-        for (int i = 0; i < LF_NCOLORS; ++i)
-            get()->ctable[i] =
-                static_cast<uint16_t>(i / 2 + 100); // pairs of numbers share a colour
-        if (s.one_colour) get()->ctable[255] = get()->ctable[0];
-    }
-};
-
-Outcome quick_reading(const FixedReader &reader, const Setting &s, ReportLog *log) {
-    SetHandle h(s, reader.kind.form);
-    Track track(s.room);
-    Outcome outcome;
-    outcome.result = reader.read(h.get(), track.get());
-    outcome.runs = track.runs();
-    outcome.reports = log->take();
-    outcome.position = h.position();
-    outcome.missing = hook_calls;
-    return outcome;
-}
-
-Outcome plain_reading(const FixedReader &reader, const Setting &s) {
-    SetHandle h(s, reader.kind.form);
-    Track track(1);
-    PlainReader plain(h.get(), reader.kind, s.room);
-    Outcome outcome;
-    outcome.result = plain.read(track.get());
-    outcome.runs = plain.runs();
-    outcome.reports = plain.reports();
-    outcome.position = h.position();
-    outcome.missing = hook_calls;
-    return outcome;
-}
-
-Outcome quick_skip(const FixedReader &reader, const Setting &s, int32_t y, ReportLog *log) {
-    SetHandle h(s, reader.kind.form);
-    Outcome outcome;
-    outcome.result = skip_of(reader.kind.form)(h.get(), y);
-    outcome.reports = log->take();
-    outcome.position = h.position();
-    return outcome;
-}
-
-Outcome plain_skip(const FixedReader &reader, const Setting &s, int32_t y) {
-    SetHandle h(s, reader.kind.form);
-    PlainReader plain(h.get(), reader.kind, 0);
-    Outcome outcome;
-    outcome.result = plain.skip(y);
-    outcome.reports = plain.reports();
-    outcome.position = h.position();
-    return outcome;
-}
-
-std::ostream &operator<<(std::ostream &out, const Outcome &o) {
-    out << "result " << o.result << ", position " << o.position << ", runs";
-    for (const auto &[length, colour] : o.runs)
-        out << " " << length << "x" << colour;
-    for (const std::string &line : o.reports)
-        out << ", \"" << line << "\"";
-    for (const int32_t missing : o.missing)
-        out << ", missing " << missing;
-    return out;
-}
-
-std::ostream &operator<<(std::ostream &out, const Setting &s) {
-    out << "bytes";
-    for (size_t i = 0; i < std::min<size_t>(s.data.size(), 40); ++i)
-        out << " " << int{s.data[i]};
-    return out << " of " << s.data.size() << ", flags " << s.flags << ", fysize " << s.fysize
-               << ", window " << s.ya << " to " << s.ye << " as " << s.ysize << ", buffer "
-               << s.bufsize << "/" << s.chunk << ", fills " << s.fills_allowed << ", room "
-               << s.room << ", hook " << s.hook << " " << s.hook_result << ", one colour "
-               << s.one_colour;
-}
-
 class FixedAgreement : public ::testing::TestWithParam<FixedReader> {
 protected:
+    ~FixedAgreement() override { bulk_allowed = true; }
+
     FixedReader reader = GetParam();
     Form form = reader.kind.form;
     size_t unit = code_bytes(form);
@@ -144,8 +24,11 @@ protected:
     void expect_same_reading(Setting s) {
         if (!reader.kind.scaled) s.ysize = s.ye - s.ya;
         const Outcome plain = plain_reading(reader, s);
-        const Outcome quick = quick_reading(reader, s, &log);
-        ASSERT_EQ(quick, plain) << s;
+        for (const bool vectors : {true, false}) {
+            bulk_allowed = vectors;
+            const Outcome quick = quick_reading(reader, s, &log);
+            ASSERT_EQ(quick, plain) << s << ", vectors " << vectors;
+        }
     }
     void expect_same_skip(const Setting &s, int32_t y) {
         const Outcome plain = plain_skip(reader, s, y);
@@ -216,6 +99,7 @@ public:
         if ((s.flags & LF_TRKBEGIN) != 0) codes.push_back({0, below(2)});
         const uint32_t count = 1 + below(below(4) == 0 ? 300 : 12);
         const uint32_t longest = below(3) == 0 ? longest_code(form_) : 9;
+        repeats_ = below(4);
         for (uint32_t i = 0; i < count; ++i) {
             codes.push_back({1 + below(longest), colour()});
             s.fysize += static_cast<int32_t>(codes.back().length);
@@ -267,7 +151,13 @@ public:
     }
 
 private:
-    uint32_t colour() { return form_ == Form::fw88 ? below(256) : below(2); }
+    // Neighbours of one colour never, seldom, often or nearly always.
+    uint32_t colour() {
+        constexpr uint32_t in_64[] = {0, 1, 30, 62};
+        if (below(64) < in_64[repeats_]) return colour_;
+        colour_ = form_ == Form::fw88 ? below(256) : colour_ ^ 1;
+        return colour_;
+    }
 
     void choose_window(Setting *s) {
         s->ye = s->fysize;
@@ -283,6 +173,8 @@ private:
 
     Form form_;
     std::mt19937_64 random_;
+    uint32_t repeats_ = 0;
+    uint32_t colour_ = 0;
 };
 
 TEST_P(FixedAgreement, OnRandomGoodTracks) {

@@ -1,0 +1,526 @@
+// The readers' inner loop in vectors of 256 bits.
+//
+// A group of eight codes becomes eight positions: the sums of their lengths, scaled. A piece begins
+// where the one before it ends, pieces that came out empty fall away, and of the others those that
+// change the colour complete a run. The positions where that happens are moved together by a
+// permutation that a table gives for each set of lanes; a run's length is the distance of two of
+// them. No branch depends on the data.
+//
+// Where no code is scaled away and all neighbours differ, which is the rule in most tracks, each
+// code is a run of its own: then whole blocks are spread out as they stand.
+//
+// Runs are stored by vectors, so that some places behind the last run are written to as well: the
+// caller has room for them.
+
+#include "codecs/fixed_decoder.h"
+
+#include <type_traits>
+
+#include "platform/cpu.h"
+
+#ifdef VOR_AVX2_KERNELS
+
+#include "codecs/avx2.h"
+
+namespace vor {
+namespace {
+
+// For each set of the eight lanes: the lanes in it, the lowest first.
+struct LaneSets {
+    constexpr LaneSets() {
+        for (unsigned set = 0; set < 256; ++set) {
+            unsigned count = 0;
+            for (unsigned lane = 0; lane < 8; ++lane) {
+                if ((set >> lane & 1) != 0) lanes[set][count++] = static_cast<uint8_t>(lane);
+            }
+        }
+    }
+    alignas(8) uint8_t lanes[256][8] = {};
+};
+constexpr LaneSets lane_sets;
+
+VOR_AVX2_INLINE uint32_t last_lane(__m256i v) {
+    return static_cast<uint32_t>(_mm256_extract_epi32(v, 7));
+}
+
+VOR_AVX2_INLINE __m256i last_lane_everywhere(__m256i v) {
+    return _mm256_permutevar8x32_epi32(v, every(7));
+}
+
+// The lanes of `set` moved together to the low end.
+VOR_AVX2_INLINE __m256i gather_lanes(__m256i v, uint32_t set) {
+    const void *lanes = lane_sets.lanes[set];
+    return _mm256_permutevar8x32_epi32(
+        v, _mm256_cvtepu8_epi32(_mm_loadl_epi64(static_cast<const __m128i *>(lanes))));
+}
+
+// Lane i takes lane i - 1, the lowest takes that of `first`.
+VOR_AVX2_INLINE __m256i shift_in(__m256i v, __m256i first) {
+    const __m256i shifted =
+        _mm256_permutevar8x32_epi32(v, _mm256_setr_epi32(7, 0, 1, 2, 3, 4, 5, 6));
+    return _mm256_blend_epi32(shifted, first, 0x01);
+}
+
+// Lane i becomes the sum of the lanes 0 to i.
+VOR_AVX2_INLINE __m256i running_sums(__m256i v) {
+    v = _mm256_add_epi32(v, _mm256_slli_si256(v, 4));
+    v = _mm256_add_epi32(v, _mm256_slli_si256(v, 8));
+    const __m256i low_half = _mm256_permutevar8x32_epi32(v, every(3));
+    return _mm256_add_epi32(v, _mm256_blend_epi32(_mm256_setzero_si256(), low_half, 0xF0));
+}
+
+VOR_AVX2_INLINE uint32_t lanes_in(uint32_t set) {
+    return static_cast<uint32_t>(_mm_popcnt_u32(set));
+}
+
+// The lanes that are equal, as a set.
+VOR_AVX2_INLINE uint32_t equal_lanes(__m256i a, __m256i b) {
+    return static_cast<uint32_t>(_mm256_movemask_ps(_mm256_castsi256_ps(_mm256_cmpeq_epi32(a, b))));
+}
+
+VOR_AVX2_INLINE uint32_t sum_of(__m256i four) {
+    const __m128i two =
+        _mm_add_epi64(_mm256_castsi256_si128(four), _mm256_extracti128_si256(four, 1));
+    return static_cast<uint32_t>(
+        _mm_cvtsi128_si32(_mm_add_epi64(two, _mm_unpackhi_epi64(two, two))));
+}
+
+// Stores four runs as the number `first` and its followers of those counted from `slot`.
+template <Order order>
+VOR_AVX2_INLINE void store_runs(lfrun *slot, ptrdiff_t first, __m256i runs) {
+    lfrun *to = slot + first;
+    if constexpr (order == Order::reversed) {
+        to = slot - first - 3;
+        runs = _mm256_permute4x64_epi64(runs, 0x1B);
+    }
+    store256(to, runs);
+}
+
+// Stores eight runs.
+template <Order order>
+VOR_AVX2_INLINE void store_runs(lfrun *slot, __m256i lengths, __m256i colours) {
+    const __m256i even = _mm256_unpacklo_epi32(lengths, colours); // runs 0 1 4 5
+    const __m256i odd = _mm256_unpackhi_epi32(lengths, colours);  // runs 2 3 6 7
+    store_runs<order>(slot, 0, _mm256_permute2x128_si256(even, odd, 0x20));
+    store_runs<order>(slot, 4, _mm256_permute2x128_si256(even, odd, 0x31));
+}
+
+// Output positions of window positions.
+struct VectorOneToOne {
+    explicit VectorOneToOne(const OneToOne &) {}
+    static bool serves(const OneToOne &) { return true; }
+};
+
+// In double precision: floor((n * s + c) / w) is the whole part of (n * s + c + 1/2) / w, which
+// lies at least 1 / 2w off the next whole number. The four roundings of s * (n / w) + (c + 1/2) / w
+// add up to less than that for n * w up to 2^50.
+struct VectorRescaled {
+    VOR_AVX2_INLINE explicit VectorRescaled(const Rescaled &scale) {
+        const auto window = static_cast<double>(scale.window());
+        const int64_t half = scale.window() > 1 ? scale.window() - scale.window() / 2 : 0;
+        slope = _mm256_set1_pd(static_cast<double>(scale.output()) / window);
+        offset = _mm256_set1_pd((static_cast<double>(half) + 0.5) / window);
+    }
+    static bool serves(const Rescaled &scale) {
+        return scale.output() <= (INT64_C(1) << 50) / scale.window();
+    }
+    VOR_AVX2_INLINE __m256i at(__m256i passed) const {
+        const __m128i low = four(_mm256_castsi256_si128(passed));
+        return _mm256_inserti128_si256(_mm256_castsi128_si256(low),
+                                       four(_mm256_extracti128_si256(passed, 1)), 1);
+    }
+
+private:
+    VOR_AVX2_INLINE __m128i four(__m128i passed) const {
+        const __m256d product = _mm256_mul_pd(_mm256_cvtepi32_pd(passed), slope);
+        return _mm256_cvttpd_epi32(_mm256_add_pd(product, offset));
+    }
+
+    __m256d slope, offset;
+};
+
+template <bool one_to_one>
+using VectorScale = std::conditional_t<one_to_one, VectorOneToOne, VectorRescaled>;
+
+// 32 codes of two colours, with the set of those that have the second, or 16 of fw88: their
+// lengths, in lanes of a code's width.
+template <class Code>
+struct Block;
+
+template <>
+struct Block<Fw8> {
+    static constexpr uint32_t codes = 32;
+
+    VOR_AVX2_INLINE explicit Block(const uint8_t *at) {
+        const __m256i bytes = load256(at);
+        lengths = _mm256_and_si256(bytes, _mm256_set1_epi8(Fw8::limit));
+        seconds = byte_signs(bytes);
+    }
+    VOR_AVX2_INLINE bool has_zero() const {
+        return byte_signs(_mm256_cmpeq_epi8(lengths, _mm256_setzero_si256())) != 0;
+    }
+    VOR_AVX2_INLINE uint32_t sum() const {
+        return sum_of(_mm256_sad_epu8(lengths, _mm256_setzero_si256()));
+    }
+    VOR_AVX2_INLINE static __m256i eight_lengths(const uint8_t *at) {
+        const __m128i eight = _mm_loadl_epi64(reinterpret_cast<const __m128i *>(at));
+        return _mm256_and_si256(_mm256_cvtepu8_epi32(eight), every(Fw8::limit));
+    }
+    // The lengths `first` to `first` + 3, each in 8 bytes.
+    template <int first>
+    VOR_AVX2_INLINE __m256i four_lengths() const {
+        constexpr int64_t at = first % 16;
+        const __m256i half = first < 16 ? _mm256_permute4x64_epi64(lengths, 0x44)
+                                        : _mm256_permute4x64_epi64(lengths, 0xEE);
+        return _mm256_shuffle_epi8(half, _mm256_setr_epi64x(~0xFF | at, ~0xFF | (at + 1),
+                                                            ~0xFF | (at + 2), ~0xFF | (at + 3)));
+    }
+
+    __m256i lengths;
+    uint32_t seconds;
+};
+
+template <>
+struct Block<Fw16> {
+    static constexpr uint32_t codes = 32;
+
+    VOR_AVX2_INLINE explicit Block(const uint8_t *at) {
+        const __m256i low = load256(at), high = load256(at + 32);
+        lengths[0] = _mm256_and_si256(low, _mm256_set1_epi16(Fw16::limit));
+        lengths[1] = _mm256_and_si256(high, _mm256_set1_epi16(Fw16::limit));
+        seconds = byte_signs(_mm256_permute4x64_epi64(_mm256_packs_epi16(low, high), 0xD8));
+    }
+    VOR_AVX2_INLINE bool has_zero() const {
+        const __m256i least = _mm256_min_epu16(lengths[0], lengths[1]);
+        return byte_signs(_mm256_cmpeq_epi16(least, _mm256_setzero_si256())) != 0;
+    }
+    VOR_AVX2_INLINE uint32_t sum() const {
+        const __m256i ones = _mm256_set1_epi16(1);
+        const __m256i pairs = _mm256_add_epi32(_mm256_madd_epi16(lengths[0], ones),
+                                               _mm256_madd_epi16(lengths[1], ones));
+        return sum_of(_mm256_add_epi32(pairs, _mm256_srli_epi64(pairs, 32)));
+    }
+    VOR_AVX2_INLINE static __m256i eight_lengths(const uint8_t *at) {
+        const __m128i eight = _mm_loadu_si128(reinterpret_cast<const __m128i *>(at));
+        return _mm256_and_si256(_mm256_cvtepu16_epi32(eight), every(Fw16::limit));
+    }
+    // The lengths `first` to `first` + 3, each in 8 bytes.
+    template <int first>
+    VOR_AVX2_INLINE __m256i four_lengths() const {
+        const __m256i vector = lengths[first / 16];
+        constexpr int64_t at = 0x0100 + first % 8 * 0x0202;
+        const __m256i half = first % 16 < 8 ? _mm256_permute4x64_epi64(vector, 0x44)
+                                            : _mm256_permute4x64_epi64(vector, 0xEE);
+        return _mm256_shuffle_epi8(half, _mm256_setr_epi64x(~0xFFFF | at, ~0xFFFF | (at + 0x0202),
+                                                            ~0xFFFF | (at + 0x0404),
+                                                            ~0xFFFF | (at + 0x0606)));
+    }
+
+    __m256i lengths[2];
+    uint32_t seconds;
+};
+
+template <>
+struct Block<Fw88> {
+    static constexpr uint32_t codes = 16;
+
+    VOR_AVX2_INLINE explicit Block(const uint8_t *at)
+        : lengths(_mm256_and_si256(load256(at), _mm256_set1_epi16(Fw88::limit))) {}
+    VOR_AVX2_INLINE bool has_zero() const {
+        return byte_signs(_mm256_cmpeq_epi16(lengths, _mm256_setzero_si256())) != 0;
+    }
+    VOR_AVX2_INLINE uint32_t sum() const {
+        return sum_of(_mm256_sad_epu8(lengths, _mm256_setzero_si256()));
+    }
+    VOR_AVX2_INLINE static __m256i eight_lengths(const uint8_t *at) {
+        const __m128i eight = _mm_loadu_si128(reinterpret_cast<const __m128i *>(at));
+        return _mm256_and_si256(_mm256_cvtepu16_epi32(eight), every(Fw88::limit));
+    }
+
+    __m256i lengths;
+};
+
+template <class D>
+class BulkDecoder {
+    using Code = typename D::Unit;
+    static constexpr Order order = D::run_order;
+    static constexpr ptrdiff_t block_bytes = Block<Code>::codes * Code::bytes;
+    static constexpr bool two_colours = std::is_base_of_v<TwoColours, Code>;
+    using Scale = VectorScale<D::one_to_one>;
+
+public:
+    // What may be written behind the runs that count.
+    static constexpr size_t spare = 8;
+
+    // `turns` has room for the two colours in turn, in lanes of their own and in runs.
+    VOR_AVX2_INLINE explicit BulkDecoder(D *decoder, uint32_t (&turns)[32])
+        : scale_(decoder->scale), decoder_(decoder), palette_(decoder->palette),
+          slot_(decoder->runs.next_slot()), passed_(static_cast<uint32_t>(decoder->passed)),
+          window_(static_cast<uint32_t>(decoder->window)), in_turn_(turns),
+          runs_in_turn_(turns + 16) {
+        const auto hand = decoder->runs.at_hand();
+        begin_ = hand.begin;
+        end_ = every(hand.end);
+        colour_ = every(hand.colour);
+        if constexpr (two_colours) {
+            second_ = hand.colour == palette_.set ? 1 : 0;
+            for (uint32_t i = 0; i < 16; ++i) {
+                const uint32_t colour = (i & 1) != 0 ? palette_.set : palette_.clear;
+                turns[i] = colour & colour_code_mask;
+            }
+            for (uint32_t i = 0; i < 16; ++i)
+                turns[16 + i] = (i & 1) != 0 ? turns[i / 2] : 0;
+        } else {
+            identity_ = is_identity(palette_.table);
+        }
+    }
+
+    VOR_AVX2_INLINE void decode(const uint8_t *&position, const uint8_t *end) {
+        const uint8_t *at = position;
+        while (end - at >= block_bytes && take_block(at))
+            at += block_bytes;
+        position = at;
+        decoder_->passed = passed_;
+        decoder_->runs.added(completed_, {begin_, end_at_hand(), colour_at_hand()});
+    }
+
+private:
+    VOR_AVX2_INLINE uint32_t colour_at_hand() const {
+        if constexpr (two_colours)
+            return second_ != 0 ? palette_.set : palette_.clear;
+        else
+            return last_lane(colour_);
+    }
+
+    VOR_AVX2_INLINE uint32_t end_at_hand() const {
+        if constexpr (D::one_to_one)
+            return passed_;
+        else
+            return last_lane(end_);
+    }
+
+    VOR_AVX2_INLINE lfrun *slot() const {
+        const auto completed = static_cast<ptrdiff_t>(completed_);
+        return order == Order::forward ? slot_ + completed : slot_ - completed;
+    }
+
+    // False, and nothing happens, if the block at `at` is not for this class to take.
+    VOR_AVX2_INLINE bool take_block(const uint8_t *at) {
+        const Block<Code> block(at);
+        if (block.has_zero()) return false;
+        const uint32_t length = block.sum();
+        if (length > window_ - passed_) return false;
+        if constexpr (two_colours && D::one_to_one) {
+            if (take_whole(block, at, length)) return true;
+        }
+        __m256i passed = every(passed_);
+        passed_ += length;
+        for (uint32_t i = 0; i < block.codes; i += 8) {
+            const uint8_t *eight = at + i * Code::bytes;
+            if constexpr (two_colours)
+                take_two_colours(eight, block.seconds >> i & 0xFF, &passed);
+            else
+                take_colours(eight, &passed);
+        }
+        return true;
+    }
+
+    // ---- blocks of two colours in which all codes begin a run, or none does ----
+
+    VOR_AVX2_INLINE bool take_whole(const Block<Code> &block, const uint8_t *at, uint32_t length) {
+        const uint32_t changes = block.seconds ^ (block.seconds << 1 | second_);
+        if (changes != UINT32_MAX && changes != 0) return false;
+        if (changes != 0) {
+            spread_out(block);
+            begin_ = passed_ + length - Code::length(at + block_bytes - Code::bytes);
+            second_ = block.seconds >> 31;
+        }
+        passed_ += length;
+        return true;
+    }
+
+    // The run at hand is completed, and each code of the block becomes a run; the last of them is
+    // the one at hand from then on.
+    VOR_AVX2_INLINE void spread_out(const Block<Code> &block) {
+        lfrun *first = slot();
+        *first = {end_at_hand() - begin_, colour_at_hand() & colour_code_mask};
+        lfrun *next = order == Order::forward ? first + 1 : first - 1;
+        const __m256i colours = load256(runs_in_turn_ + (second_ != 0 ? 0 : 2));
+        store_eight<0>(block, next, colours);
+        store_eight<8>(block, next, colours);
+        store_eight<16>(block, next, colours);
+        store_eight<24>(block, next, colours);
+        completed_ += block.codes;
+    }
+
+    template <int first>
+    VOR_AVX2_INLINE static void store_eight(const Block<Code> &block, lfrun *next,
+                                            __m256i colours) {
+        const __m256i low = block.template four_lengths<first>();
+        const __m256i high = block.template four_lengths<first + 4>();
+        store_runs<order>(next, first, _mm256_or_si256(low, colours));
+        store_runs<order>(next, first + 4, _mm256_or_si256(high, colours));
+    }
+
+    // ---- groups of eight codes ----
+
+    // The positions in the output that eight codes begin at; `pieces` gets the set of those that do
+    // not come out empty.
+    VOR_AVX2_INLINE __m256i begins_of(__m256i lengths, __m256i *passed, uint32_t *pieces) {
+        const __m256i sums = _mm256_add_epi32(running_sums(lengths), *passed);
+        *passed = last_lane_everywhere(sums);
+        *pieces = 0xFF;
+        if constexpr (D::one_to_one) {
+            return _mm256_sub_epi32(sums, lengths);
+        } else {
+            const __m256i ends = scale_.at(sums);
+            const __m256i begins = shift_in(ends, end_);
+            end_ = last_lane_everywhere(ends);
+            *pieces ^= equal_lanes(begins, ends);
+            return begins;
+        }
+    }
+
+    // The runs' colours alternate: only where they change needs to be known.
+    VOR_AVX2_INLINE void take_two_colours(const uint8_t *at, uint32_t seconds, __m256i *passed) {
+        uint32_t pieces;
+        const __m256i begins = begins_of(Block<Code>::eight_lengths(at), passed, &pieces);
+        const uint32_t before = second_;
+        uint32_t changes;
+        if constexpr (D::one_to_one) {
+            changes = (seconds ^ (seconds << 1 | second_)) & 0xFF;
+            second_ = seconds >> 7;
+        } else {
+            const uint32_t packed = _pext_u32(seconds, pieces);
+            const uint32_t with_last = packed << 1 | second_;
+            changes = _pdep_u32(packed ^ with_last, pieces);
+            second_ = with_last >> lanes_in(pieces) & 1;
+        }
+        const __m256i ends = gather_lanes(begins, changes);
+        complete(ends, load256(in_turn_ + before), lanes_in(changes));
+    }
+
+    VOR_AVX2_INLINE void take_colours(const uint8_t *at, __m256i *passed) {
+        uint32_t pieces;
+        const __m256i begins = begins_of(Block<Code>::eight_lengths(at), passed, &pieces);
+        const __m256i colours = look_up(at);
+        const uint32_t changes = colour_changes(colours, pieces);
+        const uint32_t count = lanes_in(changes);
+        __m256i ends = begins, next_colours = colours;
+        if (changes != 0xFF) {
+            ends = gather_lanes(begins, changes);
+            next_colours = gather_lanes(colours, changes);
+        }
+        complete(ends, shift_in(next_colours, colour_), count);
+        colour_ = count != 0 ? every(lane(next_colours, count - 1)) : colour_;
+    }
+
+    // The pieces that have another colour than the piece before.
+    VOR_AVX2_INLINE uint32_t colour_changes(__m256i colours, uint32_t pieces) const {
+        if constexpr (D::one_to_one)
+            return ~equal_lanes(colours, shift_in(colours, colour_)) & 0xFF;
+        const __m256i packed = gather_lanes(colours, pieces);
+        return _pdep_u32(~equal_lanes(packed, shift_in(packed, colour_)), pieces);
+    }
+
+    VOR_AVX2_INLINE __m256i look_up(const uint8_t *at) const {
+        if (identity_) {
+            const __m128i codes = _mm_loadu_si128(reinterpret_cast<const __m128i *>(at));
+            return _mm256_cvtepu16_epi32(_mm_srli_epi16(codes, 8));
+        }
+        // One by one, which is quicker than a gathering load.
+        const uint16_t *table = palette_.table;
+        const auto colour = [table](uint8_t number) { return static_cast<short>(table[number]); };
+        const __m128i colours =
+            _mm_setr_epi16(colour(at[1]), colour(at[3]), colour(at[5]), colour(at[7]),
+                           colour(at[9]), colour(at[11]), colour(at[13]), colour(at[15]));
+        return _mm256_cvtepu16_epi32(colours);
+    }
+
+    // Completes the run at hand at the first of `ends`, and `count` runs in all; `colours` are
+    // theirs.
+    VOR_AVX2_INLINE void complete(__m256i ends, __m256i colours, uint32_t count) {
+        const __m256i lengths = _mm256_sub_epi32(ends, shift_in(ends, every(begin_)));
+        store_runs<order>(slot(), lengths, colours);
+        uint32_t lanes[9];
+        lanes[0] = begin_;
+        store256(lanes + 1, ends);
+        begin_ = lanes[count];
+        completed_ += count;
+    }
+
+    VOR_AVX2_INLINE static uint32_t lane(__m256i v, uint32_t number) {
+        uint32_t lanes[8];
+        store256(lanes, v);
+        return lanes[number];
+    }
+
+    Scale scale_;
+    // The run at hand: where it begins in the output and, if that is not what has passed, where it
+    // ends; and its colour, of two colours whether it is the second.
+    __m256i end_;
+    __m256i colour_;
+    uint32_t begin_;
+    uint32_t second_ = 0;
+
+    D *decoder_;
+    typename Code::Palette palette_;
+    lfrun *slot_;
+    size_t completed_ = 0;
+    uint32_t passed_;
+    uint32_t window_;
+    const uint32_t *in_turn_;
+    const uint32_t *runs_in_turn_;
+    bool identity_ = false; // every number is its own colour
+};
+
+template <class D>
+VOR_AVX2 void decode_avx2(D *decoder, const uint8_t *&at, const uint8_t *end) {
+    const auto hand = decoder->runs.at_hand();
+    const size_t room = decoder->runs.room();
+    if (hand.begin == hand.end || room <= BulkDecoder<D>::spare) return;
+    if (!VectorScale<D::one_to_one>::serves(decoder->scale)) return;
+    const size_t bytes = (room - BulkDecoder<D>::spare) * D::Unit::bytes;
+    if (static_cast<size_t>(end - at) > bytes) end = at + bytes;
+    uint32_t turns[32];
+    BulkDecoder<D>(decoder, turns).decode(at, end);
+}
+
+} // namespace
+
+template <class D>
+BulkDecode<D> bulk_decode() {
+    return os::cpu_has_avx2() ? decode_avx2<D> : nullptr;
+}
+
+} // namespace vor
+
+#else
+
+namespace vor {
+
+template <class D>
+BulkDecode<D> bulk_decode() {
+    return nullptr;
+}
+
+} // namespace vor
+
+#endif
+
+namespace vor {
+
+bool bulk_allowed = true;
+
+#define VOR_BULK(Code, Scale)                                                                      \
+    template BulkDecode<Decoder<Code, Scale, Order::forward>> bulk_decode();                       \
+    template BulkDecode<Decoder<Code, Scale, Order::reversed>> bulk_decode();
+VOR_BULK(Fw8, OneToOne)
+VOR_BULK(Fw8, Rescaled)
+VOR_BULK(Fw16, OneToOne)
+VOR_BULK(Fw16, Rescaled)
+VOR_BULK(Fw88, OneToOne)
+VOR_BULK(Fw88, Rescaled)
+#undef VOR_BULK
+
+} // namespace vor

@@ -1,0 +1,204 @@
+// The writers' inner loop in vectors of 256 bits, for what most tracks are: runs that fit one code
+// each, with colours that change from run to run. The two-colour forms moreover take their colours
+// in turn, so that a run is right if it differs from the one expected in a few low bits of its
+// length only; what is left is to pack the lengths.
+
+#include "codecs/bulk.h"
+#include "codecs/fixed_width.h"
+#include "codecs/track_runs.h"
+#include "platform/cpu.h"
+
+#ifdef VOR_AVX2_KERNELS
+
+#include "codecs/avx2.h"
+
+namespace vor {
+namespace {
+
+// The low 16 bits of sixteen 64-bit numbers that are smaller than 2^16, in their order.
+VOR_AVX2_INLINE __m256i pack_sixteen(__m256i a, __m256i b, __m256i c, __m256i d) {
+    const __m256i low = _mm256_packus_epi32(a, b);
+    const __m256i high = _mm256_packus_epi32(c, d);
+    const __m256i mixed = _mm256_packus_epi32(low, high); // a0 a1 b0 b1 c0 c1 d0 d1 | a2 a3 ...
+    const __m256i order = _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7);
+    return _mm256_permutevar8x32_epi32(mixed, order);
+}
+
+// Sixteen runs less their colours, where these are as expected, and what they must not be.
+struct Sixteen {
+    VOR_AVX2_INLINE Sixteen(const lfrun *runs, __m256i colours, uint32_t limit) {
+        const __m256i a = _mm256_xor_si256(load256(runs), colours);
+        const __m256i b = _mm256_xor_si256(load256(runs + 4), colours);
+        const __m256i c = _mm256_xor_si256(load256(runs + 8), colours);
+        const __m256i d = _mm256_xor_si256(load256(runs + 12), colours);
+        const __m256i any = _mm256_or_si256(_mm256_or_si256(a, b), _mm256_or_si256(c, d));
+        excess = _mm256_andnot_si256(_mm256_set1_epi64x(limit), any);
+        lengths = pack_sixteen(a, b, c, d);
+    }
+    __m256i lengths, excess;
+};
+
+template <class Code>
+struct Encoder;
+
+template <>
+struct Encoder<Fw8> {
+    static constexpr size_t runs_taken = 32;
+
+    // `first` is the bit of the runs 0, 2, 4 ...
+    VOR_AVX2_INLINE static bool encode(const lfrun *runs, __m256i colours, uint32_t first,
+                                       uint8_t *to) {
+        const Sixteen low(runs, colours, Fw8::limit);
+        const Sixteen high(runs + 16, colours, Fw8::limit);
+        const __m256i excess = _mm256_or_si256(low.excess, high.excess);
+        const __m256i mixed = _mm256_packus_epi16(low.lengths, high.lengths);
+        const __m256i lengths = _mm256_permute4x64_epi64(mixed, 0xD8);
+        const __m256i zero = _mm256_cmpeq_epi8(lengths, _mm256_setzero_si256());
+        if (!_mm256_testz_si256(excess, excess) || !_mm256_testz_si256(zero, zero)) return false;
+        const int16_t bits = static_cast<int16_t>(first != 0 ? 0x0080 : 0x8000);
+        store256(to, _mm256_or_si256(lengths, _mm256_set1_epi16(bits)));
+        return true;
+    }
+};
+
+template <>
+struct Encoder<Fw16> {
+    static constexpr size_t runs_taken = 16;
+
+    VOR_AVX2_INLINE static bool encode(const lfrun *runs, __m256i colours, uint32_t first,
+                                       uint8_t *to) {
+        const Sixteen all(runs, colours, Fw16::limit);
+        const __m256i zero = _mm256_cmpeq_epi16(all.lengths, _mm256_setzero_si256());
+        if (!_mm256_testz_si256(all.excess, all.excess) || !_mm256_testz_si256(zero, zero))
+            return false;
+        const uint32_t bits = first != 0 ? 0x00008000 : 0x80000000;
+        store256(to, _mm256_or_si256(all.lengths, every(bits)));
+        return true;
+    }
+};
+
+template <class Code>
+VOR_AVX2 size_t encode_avx2(xvor_t *h, const lfrun *runs, size_t count, uint32_t colour,
+                            uint8_t *to) {
+    constexpr size_t group = Encoder<Code>::runs_taken;
+    if (count < group) return 0;
+    const uint32_t bit = Code::file_colour(h, runs[0].colour);
+    if (bit == colour || bit == Code::file_colour(h, runs[1].colour)) return 0;
+    const uint64_t one = uint64_t{runs[0].colour} << 32;
+    const uint64_t other = uint64_t{runs[1].colour} << 32;
+    const __m256i colours =
+        _mm256_setr_epi64x(static_cast<int64_t>(one), static_cast<int64_t>(other),
+                           static_cast<int64_t>(one), static_cast<int64_t>(other));
+    size_t done = 0;
+    while (count - done >= group &&
+           Encoder<Code>::encode(runs + done, colours, bit, to + done * Code::bytes))
+        done += group;
+    return done;
+}
+
+// Which entries of colorinfo are set, as 256 bits.
+class NotedColours {
+public:
+    VOR_AVX2_INLINE explicit NotedColours(const xvor_t *h) {
+        uint32_t bits[8];
+        for (size_t i = 0; i < 8; ++i) {
+            const __m256i clear =
+                _mm256_cmpeq_epi8(load256(h->colorinfo + 32 * i), _mm256_setzero_si256());
+            bits[i] = ~byte_signs(clear);
+        }
+        const __m256i all = load256(bits);
+        low_ = _mm256_permute4x64_epi64(all, 0x44);
+        high_ = _mm256_permute4x64_epi64(all, 0xEE);
+    }
+
+    // Whether the colours in the upper bytes of the words are all set.
+    VOR_AVX2_INLINE bool hold(__m256i words) const {
+        const __m256i numbers = _mm256_srli_epi16(words, 8);
+        const __m256i places = _mm256_srli_epi16(numbers, 3);
+        const __m256i bytes = _mm256_blendv_epi8(
+            _mm256_shuffle_epi8(low_, places),
+            _mm256_shuffle_epi8(high_, _mm256_and_si256(places, _mm256_set1_epi16(15))),
+            _mm256_srai_epi16(words, 15)); // the top bit picks the upper half
+        const __m256i masks = _mm256_shuffle_epi8(
+            _mm256_set1_epi64x(static_cast<int64_t>(UINT64_C(0x8040201008040201))),
+            _mm256_and_si256(numbers, _mm256_set1_epi16(7)));
+        const __m256i wanted = _mm256_and_si256(masks, _mm256_set1_epi16(0xFF));
+        const __m256i missing = _mm256_andnot_si256(bytes, wanted);
+        return _mm256_testz_si256(missing, missing) != 0;
+    }
+
+private:
+    __m256i low_, high_;
+};
+
+// Four runs as codes, each in the low 16 bits of 64; a length above the limit is or-ed to `excess`.
+VOR_AVX2_INLINE __m256i four_codes(const lfrun *runs, __m256i *excess) {
+    const __m256i v = load256(runs);
+    *excess = _mm256_or_si256(*excess, v);
+    const __m256i lengths = _mm256_and_si256(v, _mm256_set1_epi64x(0xFF));
+    const __m256i colours = _mm256_and_si256(_mm256_srli_epi64(v, 24), _mm256_set1_epi64x(0xFF00));
+    return _mm256_or_si256(lengths, colours);
+}
+
+template <>
+VOR_AVX2 size_t encode_avx2<Fw88>(xvor_t *h, const lfrun *runs, size_t count, uint32_t colour,
+                                  uint8_t *to) {
+    constexpr size_t group = 16;
+    if (count < group || !is_identity(h->ctable)) return 0;
+    const NotedColours noted(h);
+    const __m256i zero = _mm256_setzero_si256();
+    size_t done = 0;
+    for (; count - done >= group; done += group) {
+        const lfrun *from = runs + done;
+        __m256i excess = zero;
+        const __m256i a = four_codes(from, &excess);
+        const __m256i b = four_codes(from + 4, &excess);
+        const __m256i c = four_codes(from + 8, &excess);
+        const __m256i d = four_codes(from + 12, &excess);
+        const __m256i codes = pack_sixteen(a, b, c, d);
+        excess = _mm256_and_si256(excess, _mm256_set1_epi64x(0xFFFFFF00));
+        const __m256i no_length = _mm256_cmpeq_epi16(_mm256_slli_epi16(codes, 8), zero);
+        const __m256i bad = _mm256_or_si256(excess, no_length);
+        if (!_mm256_testz_si256(bad, bad) || !noted.hold(codes)) break;
+        // Each colour against the one before: the codes one place on, the colour before in front.
+        const __m256i carried = _mm256_permute2x128_si256(codes, codes, 0x08);
+        __m256i before = _mm256_alignr_epi8(codes, carried, 14);
+        before = _mm256_insert_epi16(before, static_cast<short>(colour << 8), 0);
+        const __m256i change = _mm256_srli_epi16(_mm256_xor_si256(codes, before), 8);
+        const __m256i same = _mm256_cmpeq_epi16(change, zero);
+        if (!_mm256_testz_si256(same, same)) break;
+        store256(to + done * Fw88::bytes, codes);
+        colour = from[group - 1].colour & 0xFF;
+    }
+    return done;
+}
+
+} // namespace
+
+template <class Code>
+BulkEncode bulk_encode() {
+    return os::cpu_has_avx2() ? encode_avx2<Code> : nullptr;
+}
+
+} // namespace vor
+
+#else
+
+namespace vor {
+
+template <class Code>
+BulkEncode bulk_encode() {
+    return nullptr;
+}
+
+} // namespace vor
+
+#endif
+
+namespace vor {
+
+template BulkEncode bulk_encode<Fw8>();
+template BulkEncode bulk_encode<Fw16>();
+template BulkEncode bulk_encode<Fw88>();
+
+} // namespace vor
