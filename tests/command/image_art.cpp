@@ -23,7 +23,6 @@
 #include <png.h>
 
 #include "formats/formats.h"
-#include "tif/vor_tif.h"
 #include "trackfile/lf.h"
 #include "vor/vor.h"
 
@@ -175,6 +174,8 @@ void write_rows(xvor_t *h, const std::vector<Row> &rows) {
 
 void make(const std::string &name, const Options &options) {
     const std::vector<Row> rows = read_rows();
+    lfinfo info;
+    lffiletype(name.c_str(), &info); // loads the format of the suffix
     const int32_t type = lffdev(lffmtguess(name.c_str()), options.minor_number);
     xvor_t *h = lfopen(name.c_str(), options.mode, type, nullptr);
     must(h, "opening");
@@ -256,7 +257,6 @@ void run(const std::vector<std::string> &arguments) {
 } // namespace
 
 int main(int count, char **arguments) {
-    lfregisterfmt(&tif_cvtformat);
     vorerror = 0; // a failure shows in what is printed below
     try {
         run({arguments + 1, arguments + count});

@@ -1,6 +1,6 @@
 #!/bin/sh
-# Runs cases of the command: each folder has a script `cmd`, which runs in an empty folder of its own,
-# and what it must give: `stdout`, `stderr` (none: nothing) and `status` (none: 0).
+# Runs cases of the command: each folder has a script `cmd`, which runs in an empty folder and with a
+# home of its own, and what it must give: `stdout`, `stderr` (none: nothing) and `status` (none: 0).
 #
 #   run_case.sh [--renew] CASE...
 #
@@ -33,7 +33,7 @@ run() {
     case=$(cd "$1" && pwd) || exit 2
     work=$(mktemp -d) || exit 2
     mkdir "$work/in"
-    (cd "$work/in" && sh "$case/cmd" >"$work/stdout" 2>"$work/stderr" </dev/null)
+    (cd "$work/in" && QUORVENTAHOME=$work sh "$case/cmd" >"$work/stdout" 2>"$work/stderr" </dev/null)
     status=$?
     : >"$work/status"
     [ "$status" -eq 0 ] || echo "$status" >"$work/status"

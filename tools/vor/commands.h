@@ -15,7 +15,12 @@ using Job = std::function<int()>;
 void add_info(CLI::App *app, Job *job);
 void add_check(CLI::App *app, Job *job);
 void add_convert(CLI::App *app, Job *job);
+void add_curve(CLI::App *app, Job *job);
+void add_formats(CLI::App *app, Job *job);
 void add_preview(CLI::App *app, Job *job);
+void add_resolve(CLI::App *app, Job *job);
+void add_settings(CLI::App *app, Job *job);
+void add_units(CLI::App *app, Job *job);
 
 } // namespace vor::tool
 

@@ -43,7 +43,11 @@ bool is_native(const xvor_t *h) {
 }
 
 bool is_tiff(const xvor_t *h) {
-    return lfdescriptor(h->fmt) == &tif_cvtformat;
+    return format_name(h) == "tif";
+}
+
+bool is_png(const xvor_t *h) {
+    return format_name(h) == "png";
 }
 
 std::string format_name(const xvor_t *h) {
@@ -68,10 +72,11 @@ std::string coding_name(const xvor_t *h) {
 std::string compression_name(const xvor_t *h) {
     if (is_native(h)) return native_compression(minor_part(h, VT_COMPRESSION));
     if (is_tiff(h)) return tiff_compression(minor_part(h, TIF_COMPRESSION));
-    return "unknown";
+    return is_png(h) ? "Deflate" : "unknown";
 }
 
 std::string byte_order_name(const xvor_t *h) {
+    if (is_png(h)) return "big-endian";
     const bool little =
         (std::endian::native == std::endian::little) != ((h->flags & LF_SWAPPED) != 0);
     return little ? "little-endian" : "big-endian";

@@ -8,9 +8,10 @@
 
 namespace vor::tool {
 
-// Is the handle one of the native format, of the format "tif"?
+// Is the handle one of the native format, of the formats "tif" and "png"?
 bool is_native(const xvor_t *h);
 bool is_tiff(const xvor_t *h);
+bool is_png(const xvor_t *h);
 
 std::string format_name(const xvor_t *h);
 std::string coding_name(const xvor_t *h);      // "fw16"; "rows" where tracks are rows of pixels

@@ -7,10 +7,8 @@
 #include <string>
 
 #include "commands.h"
-#include "formats/formats.h"
 #include "interrupt.h"
 #include "report.h"
-#include "tif/vor_tif.h"
 #include "util/services.h"
 
 using namespace vor::tool;
@@ -47,7 +45,7 @@ bool knows(CLI::App *app, const std::string &name) {
 int parse_and_run(int count, char **arguments) {
     Job job;
     CLI::App app{"Looks at track files, checks, converts and previews them.", "vor"};
-    app.footer("vor COMMAND --help tells more. Formats: vor, tif.\n"
+    app.footer("vor COMMAND --help tells more.\n"
                "Exit status: 0 good, 1 the job failed or the check found faults, 2 wrong usage.");
     app.set_version_flag("--version", std::string("vor ") + KEL_libversion);
     app.require_subcommand(1);
@@ -55,6 +53,11 @@ int parse_and_run(int count, char **arguments) {
     add_check(&app, &job);
     add_convert(&app, &job);
     add_preview(&app, &job);
+    add_curve(&app, &job);
+    add_formats(&app, &job);
+    add_resolve(&app, &job);
+    add_settings(&app, &job);
+    add_units(&app, &job);
     if (count > 1 && arguments[1][0] != '-' && !knows(&app, arguments[1])) {
         return wrong(std::string("no sub-command ") + arguments[1]);
     }
@@ -74,7 +77,6 @@ int main(int count, char **arguments) {
     int status = failed;
     try {
         catch_signals();
-        if (lfregisterfmt(&tif_cvtformat) < 0) return failed;
         status = parse_and_run(count, arguments);
         std::cout.flush();
         if (!std::cout && status == good) {

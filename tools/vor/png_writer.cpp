@@ -44,14 +44,15 @@ void PngWriter::guarded(Step step) {
 }
 
 PngWriter::PngWriter(int32_t fd, std::string shown, uint32_t width, uint32_t height,
-                     uint32_t x_per_metre, uint32_t y_per_metre)
+                     uint32_t x_per_metre, uint32_t y_per_metre, PngColour colour)
     : fd_(fd), shown_(std::move(shown)),
       png_(png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, leave, ignore_warning)) {
     guarded([&] {
         info_ = png_create_info_struct(png_);
         if (!info_) png_error(png_, "out of memory");
         png_set_write_fn(png_, &fd_, write_bytes, flush_nothing);
-        png_set_IHDR(png_, info_, width, height, 8, PNG_COLOR_TYPE_GRAY, PNG_INTERLACE_NONE,
+        const int type = colour == PngColour::rgb ? PNG_COLOR_TYPE_RGB : PNG_COLOR_TYPE_GRAY;
+        png_set_IHDR(png_, info_, width, height, 8, type, PNG_INTERLACE_NONE,
                      PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
         if (x_per_metre > 0 && y_per_metre > 0) {
             png_set_pHYs(png_, info_, x_per_metre, y_per_metre, PNG_RESOLUTION_METER);

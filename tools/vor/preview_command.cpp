@@ -8,6 +8,7 @@
 #include "area_average.h"
 #include "commands.h"
 #include "interrupt.h"
+#include "levels.h"
 #include "png_writer.h"
 #include "progress.h"
 #include "report.h"
@@ -24,6 +25,7 @@ struct Options {
     std::string output;
     int32_t width = 800;
     std::string clip;
+    std::string curve;
     bool enlarge = false;
     bool quiet = false;
 };
@@ -60,10 +62,12 @@ void reduce(const Options &options, xvor_t *h, AreaAverage *picture) {
 
 int run(const Options &options) {
     start_reports(options.quiet);
+    const Levels levels = make_levels(options.curve, 0);
     const AboutFile about(options.input);
     const Handle h = open_source(options.input, LF_SEQUENTIAL);
     if (!options.clip.empty()) clip_source(h.get(), parse_window(options.clip), about);
     check_source(h.get(), about);
+    apply_levels(levels, h.get());
 
     const ImageSize source{h->ysize, h->xsize};
     const PixelShape pixel = pixel_shape(h.get());
@@ -102,6 +106,10 @@ void add_preview(CLI::App *app, Job *job) {
     command
         ->add_option("--clip", options->clip, "Window XA:YA:XE:YE in pixels, or with mm behind it")
         ->check(check_window);
+    command
+        ->add_option("--curve", options->curve,
+                     "Send the image's codes through this gray curve (see vor curve)")
+        ->check(check_curve);
     command->add_flag("--enlarge", options->enlarge, "Let the picture have more pixels");
     command->add_flag("-q,--quiet", options->quiet, "No progress, no warnings");
     command->footer("A track is a row of the picture, the first one the top row.\n"

@@ -19,6 +19,7 @@ std::string current_file;
 bool failure_told = false;
 std::string unexplained; // stands in where no report says more
 std::vector<std::string> *kept = nullptr;
+bool loading = false;
 
 // A report begins with the place in the library and the file, which the user is not to see twice.
 std::string_view without_prefix(std::string_view text, const xvor_t *h) {
@@ -90,7 +91,13 @@ std::optional<std::string> readable(const xvor_t *h, std::string_view text, cons
     return line + more;
 }
 
+// A suffix that belongs to no format is no failure: the file is opened all the same.
+bool is_of_suffix(const char *text) {
+    return !loading && std::string_view(text).starts_with("lfloadfmt: ");
+}
+
 int32_t hear(xvor_t *h, const char *text, const char *extra) {
+    if (is_of_suffix(text)) return 0;
     const std::optional<std::string> said = readable(h, text, extra);
     if (!said) {
         const std::string_view place = std::string_view(text).substr(0, std::strcspn(text, ":"));
@@ -157,6 +164,14 @@ void AboutFile::give_up(const std::string &otherwise) const {
         complain(file_, unexplained.empty() ? otherwise : unexplained);
     }
     throw Told();
+}
+
+LoadingFormats::LoadingFormats() {
+    loading = true;
+}
+
+LoadingFormats::~LoadingFormats() {
+    loading = false;
 }
 
 KeepReports::KeepReports() : outer_(kept) {

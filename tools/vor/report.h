@@ -58,6 +58,16 @@ private:
     std::string before_;
 };
 
+// For the life of the object, it is a failure that a format cannot be loaded; otherwise that is not
+// told, since any suffix of a file is tried.
+class LoadingFormats {
+public:
+    LoadingFormats();
+    ~LoadingFormats();
+    LoadingFormats(const LoadingFormats &) = delete;
+    LoadingFormats &operator=(const LoadingFormats &) = delete;
+};
+
 // For the life of the object, failures are kept and not printed, and warnings go unheard.
 class KeepReports {
 public:

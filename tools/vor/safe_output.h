@@ -20,6 +20,9 @@ public:
     // The descriptor, open for writing, which the caller closes from now on.
     int32_t take();
 
+    // The name that the file has until then, for what opens files itself.
+    const std::string &temporary() const { return temporary_; }
+
     // Gives the file its name, or throws a Failure. The descriptor has been closed.
     void commit();
 
