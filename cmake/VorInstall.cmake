@@ -1,5 +1,5 @@
-# What is installed: the library with its headers, a pkg-config file and a CMake package, and the
-# command. The installed tree may be moved as a whole.
+# What is installed: the library with its headers, a pkg-config file and a CMake package, the command
+# and the format modules. The installed tree may be moved as a whole.
 include(CMakePackageConfigHelpers)
 
 set(headers_dir ${CMAKE_INSTALL_INCLUDEDIR}/vor-6.0)
@@ -35,4 +35,11 @@ if(VOR_BUILD_TOOLS)
   file(RELATIVE_PATH bin_to_lib ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_FULL_LIBDIR})
   set_target_properties(vor_command PROPERTIES INSTALL_RPATH "$ORIGIN/${bin_to_lib}")
   install(TARGETS vor_command RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+
+  # A program's modules are looked for beside the directory of the program.
+  set(plugins_dir ${CMAKE_INSTALL_PREFIX}/${VOR_PLUGINS_DIR})
+  file(RELATIVE_PATH plugins_to_lib ${plugins_dir} ${CMAKE_INSTALL_FULL_LIBDIR})
+  get_property(modules GLOBAL PROPERTY VOR_MODULES)
+  set_target_properties(${modules} PROPERTIES INSTALL_RPATH "$ORIGIN/${plugins_to_lib}")
+  install(TARGETS ${modules} LIBRARY DESTINATION ${VOR_PLUGINS_DIR})
 endif()

@@ -5,6 +5,9 @@ target_compile_options(vor_flags INTERFACE
   -Wundef -Wvla
   $<$<COMPILE_LANGUAGE:CXX>:-Wold-style-cast -Wnon-virtual-dtor -Woverloaded-virtual>
   $<$<BOOL:${VOR_WERROR}>:-Werror>)
+# Some machines multiply and add in one step, with one rounding instead of two: without it curves,
+# units and previews come out with the same numbers on every machine.
+target_compile_options(vor_flags INTERFACE -ffp-contract=off)
 # 64-bit file offsets on machines where they are not the rule.
 target_compile_definitions(vor_flags INTERFACE _FILE_OFFSET_BITS=64 _TIME_BITS=64)
 if(VOR_SANITIZE)

@@ -7,12 +7,24 @@
 #include <iterator>
 #include <random>
 
+#include "platform/os.h"
+#include "runtime/log.h"
+
 namespace vor::fuzz {
 namespace {
 
 int32_t ignore_report(xvor_t *, const char *, const char *) {
     return 0;
 }
+
+// What a harness makes the library log goes to no file: neither one can be there.
+struct NoLog {
+    NoLog() {
+        os::mutex_directory = "/dev/null";
+        logmesg_set_file("/dev/null/mesg.log");
+    }
+};
+const NoLog no_log;
 
 std::filesystem::path scratch_directory() {
     std::error_code failure;

@@ -11,14 +11,16 @@
 #   tidy        clang-tidy without a finding
 #   sanitizers  every test under AddressSanitizer and UndefinedBehaviorSanitizer
 #   fuzz        a short run of each fuzz harness
+#   bench       every benchmark runs; its times decide nothing
 . "$(dirname "$0")/lib.sh"
 
-all=(includes format tests exports demo warnings tidy sanitizers fuzz)
+all=(includes format tests exports demo warnings tidy sanitizers fuzz bench)
 
 run_check() {
     case $1 in
     tests) scripts/test.sh ;;
     demo) scripts/demo.sh ;;
+    bench) scripts/bench.sh --brief ;;
     includes) python3 scripts/check_includes.py ;;
     exports)
         configure release && build release vor &&

@@ -3,5 +3,5 @@
 . "$(dirname "$0")/lib.sh"
 
 need clang-format
-find src modules tools tests fuzz docs -regex '.*\.\(h\|c\|cpp\)' -print0 |
+find src modules tools tests fuzz bench docs -regex '.*\.\(h\|c\|cpp\)' -print0 |
     xargs -0 clang-format --dry-run -Werror

@@ -1,9 +1,9 @@
 #!/bin/bash
 # Runs each fuzz harness for a while on its corpus, under the sanitizers. Arguments: the seconds for
-# each (20), then names of harnesses, in place of all. Inputs that fail stay in build/fuzz/finds.
+# each (10), then names of harnesses, in place of all. Inputs that fail stay in build/fuzz/finds.
 . "$(dirname "$0")/lib.sh"
 
-seconds=${1:-20}
+seconds=${1:-10}
 shift $(($# > 0))
 harnesses=("$@")
 if [ ${#harnesses[@]} -eq 0 ]; then
@@ -13,7 +13,7 @@ fi
 
 need clang clang++
 configure fuzz
-build fuzz
+build fuzz "${harnesses[@]}"
 
 finds=build/fuzz/finds
 mkdir -p "$finds"

@@ -25,6 +25,7 @@ LAYERS = [
     {"runtime"},
     {"config"},
     {"trackfile", "formats", "codecs", "vor"},
+    {"colour"},
 ]
 # The search for raster files hands out the geometry of what it found.
 EXCEPTIONS = {
@@ -123,7 +124,7 @@ def check_systems(graph, faults):
 
 def check_names(faults):
     places = defaultdict(list)
-    folders = ("src", "modules", "tools", "tests", "fuzz", "scripts", "cmake", "docs")
+    folders = ("src", "modules", "tools", "tests", "fuzz", "bench", "scripts", "cmake", "docs")
     for folder in folders:
         for path in (ROOT / folder).rglob("*"):
             if path.is_file() and not any(path.is_relative_to(ROOT / f) for f in CASES):

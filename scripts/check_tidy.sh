@@ -1,14 +1,14 @@
 #!/bin/bash
-# clang-tidy over the library, the modules, the command and the fuzz harnesses; .clang-tidy names
-# its checks. Arguments are the files to look at, in place of all.
+# clang-tidy over the library, the modules, the command, the fuzz harnesses and the benchmarks;
+# .clang-tidy names its checks. Arguments are the files to look at, in place of all.
 . "$(dirname "$0")/lib.sh"
 
 need clang clang++ clang-tidy
-configure clang
+configure clang -DVOR_BUILD_BENCH=ON
 
 files=("$@")
 if [ ${#files[@]} -eq 0 ]; then
-    mapfile -t files < <(find src modules tools fuzz -name '*.cpp' -o -name '*.c' | sort)
+    mapfile -t files < <(find src modules tools fuzz bench -name '*.cpp' -o -name '*.c' | sort)
 fi
 [ ${#files[@]} -gt 0 ] || die "no sources found"
 # A file at a time keeps both processors busy to the end.

@@ -3,13 +3,16 @@
 # pixels an inch, as one screened picture, as four separations and in gray. Each raster is
 # converted to a track file, plain and deflated, checked in full, previewed, and turned back into a
 # picture that must have the pixels of the first. That last comparison shares no code with the
-# library. Results stay in out/demo; the exit status is not 0 if anything failed or differs.
+# library. The separations are then made once more, straight from the PostScript by the rules in
+# docs/examples/autoconvert, with the same proof. Results stay in out/demo; the exit status is not 0
+# if anything failed or differs.
 . "$(dirname "$0")/lib.sh"
 
 out=out/demo
 dpi=1200
-vor=build/release/tools/vor/vor
+vor=build/release/bin/vor
 pictures=(label cyan magenta yellow black gray)
+inks=(Cyan Magenta Yellow Black)
 
 raster() { # DEVICE FILE [ARGUMENT...]
     local device=$1 file=$2
@@ -23,7 +26,7 @@ make_pictures() {
     raster tiffgray "$out/gray.tif" -sCompression=lzw
     raster tiffsep1 "$out/sep.tif"
     local ink
-    for ink in Cyan Magenta Yellow Black; do
+    for ink in "${inks[@]}"; do
         mv "$out/sep($ink).tif" "$out/${ink,,}.tif"
     done
     rm -f "$out/sep.tif"
@@ -54,18 +57,43 @@ print_row() { printf '%-9s %-9s %10s %10s %10s %7s %9s %9s %9s\n' "$@"; }
 prove() {
     local picture=$1 form=$2 convert check preview
     shift 2
-    local tif=$out/$picture.tif file=$out/$picture-$form.vor again=$out/again.tif
+    local tif=$out/$picture.tif file=$out/$picture-$form.vor
     timed convert "$vor" convert --quiet "$@" "$tif" "$file"
     timed check "$vor" check --quiet --full "$file"
     timed preview "$vor" preview --quiet --width 600 "$file" "${file%.vor}.png"
-    quietly "$vor" convert --quiet "$file" "$again"
-    scripts/compare_pixels.py "$tif" "$again" >&2 || die "$file does not have the pixels of $tif"
-    rm "$again"
+    prove_same_pixels "$file" "$tif"
     local pixels size
     pixels=$(bytes_of_pixels "$picture")
     size=$(size_of "$file")
     print_row "$picture" "$form" "$pixels" "$(size_of "$tif")" "$size" \
         "$(awk "BEGIN { printf \"%.2f\", $pixels / $size }")" "$convert" "$check" "$preview"
+}
+
+# prove_same_pixels TRACKFILE PICTURE
+prove_same_pixels() {
+    local again=$out/again.tif
+    quietly "$vor" convert --quiet "$1" "$again"
+    scripts/compare_pixels.py "$2" "$again" >&2 || die "$1 does not have the pixels of $2"
+    rm "$again"
+}
+
+# A home for autoconvert: the rules, and what they ask for.
+enter_home() {
+    export QUORVENTAHOME=$root/$out/home DPI=$dpi SCREENS=$root/docs/artwork/screen.ps
+    export PATH=$root/${vor%/*}:$PATH
+    mkdir -p "$QUORVENTAHOME/.par"
+    cp docs/examples/autoconvert "$QUORVENTAHOME/.par/.autoconvert"
+    cp docs/artwork/label.ps "$out"
+}
+
+# prove_plate INK: from label.ps:INK to label.INK.vor.
+prove_plate() {
+    local ink=$1 file=$out/label.$1.vor convert check
+    timed convert "$vor" resolve --convert "$out/label.ps:$ink"
+    timed check "$vor" check --quiet --full "$file"
+    prove_same_pixels "$file" "$out/${ink,,}.tif"
+    printf '%-17s %-17s %10s %9s %9s\n' "label.ps:$ink" "$(basename "$file")" "$(size_of "$file")" \
+        "$convert" "$check"
 }
 
 scripts/setup.sh
@@ -83,6 +111,14 @@ print_row picture form pixels TIFF 'track file' ratio convert check preview
 for picture in "${pictures[@]}"; do
     prove "$picture" plain
     prove "$picture" deflated --deflate
+done
+echo
+echo "The plates by rule, rastering included:"
+echo
+printf '%-17s %-17s %10s %9s %9s\n' job 'track file' bytes convert check
+enter_home
+for ink in "${inks[@]}"; do
+    prove_plate "$ink"
 done
 echo
 echo "Every track file has been turned back into a picture, and all pixels are as they were."

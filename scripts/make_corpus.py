@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
 """Writes the corpus of the fuzz harnesses to fuzz/corpus/: small files, good and bad, named after
-what they are. Knows the file from docs/vor-format.md alone. Old finds that lie there stay.
+what they are. Knows the native file from docs/vor-format.md alone. Old finds that lie there stay.
 """
 
 import pathlib
@@ -246,6 +246,130 @@ CONFIG_FILES = {
 }
 
 
+# Form feeds divide the files; the last byte holds the flags of the reading.
+RC_FILES = {
+    "plain": b"A = 1\nB=2 # comment\n",
+    "operators": b"A=1\nA+=2\nB:=3\nA=4\nC+=x\nc+=y\n",
+    "locked": b"A:=1\nA=2\n",
+    "quotes": b"A = \"b#c\" # d\nB = 'e\nC=1\n",
+    "sections": b"[head]\n## [sticky section]\nA=1\n*B=2\n---\n",
+    "folding": b"@no-case-fold\na=1\nA=2\n@case-fold\na=3\n\1",
+    "as_written": b"a=1\nA=2\n@case-fold\nb=1\n\2",
+    "no_operations": b"A=1\n@case-fold\n\x08",
+    "included": b"A=1\n@include one\nB=2\n@include \"two\"\n\fC=3\n*A=4\n\f##[sticky]\nD=5\n\5",
+    "includes_itself": b"A+=x\n@include main\n",
+    "include_circle": b"@include one\n\f@include two\n\f@include main\n",
+    "missing_include": b"@include three\n",
+    "bad_include": b"@include \"one\n",
+    "merged": b"A=1\nB:=2\n\fA+=2\nC=3\n\f\4",
+    "joined": b"A = b\\\n  c\n# d\\\nE=1\nF=2",
+    "no_sign": b"FOO\n",
+    "zero_and_high_bytes": b"A\xe4=\xff\0\xfe\n_=\1\n",
+    "empty": b"",
+}
+
+
+def png_chunk(name, data):
+    return struct.pack(">I", len(data)) + name + data + struct.pack(">I", zlib.crc32(name + data))
+
+
+def png(width, height, depth, kind, interlaced=0, extra=(), rows=None):
+    """A PNG; `rows` are the bytes to be compressed, by default rows of zeros without a filter."""
+    channels = {0: 1, 2: 3, 3: 1, 4: 2, 6: 4}[kind]
+    if rows is None:
+        rows = b"".join(b"\0" + bytes((y * 7 + x * 13) & 0xFF for x in
+                                       range((width * channels * depth + 7) // 8))
+                        for y in range(height))
+    header = struct.pack(">IIBBBBB", width, height, depth, kind, 0, 0, interlaced)
+    return b"".join((b"\x89PNG\r\n\x1a\n", png_chunk(b"IHDR", header),
+                     *(png_chunk(*chunk) for chunk in extra),
+                     png_chunk(b"IDAT", zlib.compress(rows, 9)), png_chunk(b"IEND", b"")))
+
+
+def png_files():
+    palette = (b"PLTE", bytes(range(48)))
+    for depth, kind in ((1, 0), (2, 0), (4, 0), (8, 0), (16, 0), (8, 2), (16, 2), (8, 4), (16, 4),
+                        (8, 6), (16, 6)):
+        yield f"kind_{kind}_depth_{depth}", png(29, 9, depth, kind)
+    for depth in (1, 2, 4):
+        yield f"palette_{depth}", png(29, 9, depth, 3, extra=(palette, (b"tRNS", b"\xff\0")))
+    yield "resolution", png(30, 4, 8, 0, extra=((b"pHYs", struct.pack(">IIB", 20000, 40000, 1)),))
+    yield "transparent_gray", png(30, 4, 1, 0, extra=((b"tRNS", b"\0\1"),))
+    yield "interlaced_8", png(8, 8, 8, 0, interlaced=1, rows=bytes(8 * 8 + 15))
+    yield "interlaced_1", png(31, 9, 1, 0, interlaced=1, rows=bytes(100))
+    yield "claims_too_much", png(100000, 100000, 8, 0, rows=bytes(100))
+    yield "interlaced_claims_too_much", png(9999, 9999, 1, 0, interlaced=1, rows=bytes(100))
+    yield "many_rows", png(24, 70000, 1, 0, rows=bytes(4 * 70000))
+    yield "rows_cut_off", png(30, 40, 8, 0, rows=bytes(31 * 20))
+    yield "unknown_filter", png(30, 4, 8, 0, rows=b"\x09" * 124)
+    yield "texts", png(30, 4, 8, 0, extra=((b"zTXt", b"a\0\0" + zlib.compress(bytes(5000))),
+                                          (b"iCCP", b"p\0\0" + zlib.compress(bytes(500)))))
+    yield "header_alone", png(30, 4, 8, 0)[:33]
+    yield "no_end", png(30, 4, 8, 0)[:-12]
+
+
+def tif(width, length, bits, compression, strip, **more):
+    """A TIFF of one strip, its directory in front."""
+    tags = {256: width, 257: length, 258: bits, 259: compression, 262: 1, 273: 0, 274: 1, 277: 1,
+            278: length, 279: len(strip)}
+    tags.update({int(tag[1:]): value for tag, value in more.items()})
+    offset = 8 + 2 + 12 * len(tags) + 4
+    entries = b"".join(struct.pack("<HHII", tag, 4, 1, offset if tag == 273 else value)
+                       for tag, value in sorted(tags.items()))
+    return b"II*\0" + struct.pack("<IH", 8, len(tags)) + entries + bytes(4) + strip
+
+
+def tif_files():
+    pixels = bytes((x * 13) & 0xFF for x in range(24 * 9))
+    for orientation in range(1, 9):
+        yield f"orientation_{orientation}", tif(24, 9, 8, 1, pixels, t274=orientation)
+    yield "bilevel", tif(24, 9, 1, 1, pixels[:27])
+    yield "white_is_zero", tif(24, 9, 1, 1, pixels[:27], t262=0)
+    yield "packbits", tif(24, 9, 8, 32773, b"\x97\x05\x97\x06" * 2)
+    yield "deflate", tif(24, 9, 8, 8, zlib.compress(pixels))
+    yield "lzw", tif(24, 9, 8, 5, b"\x80\x00\x20\x50\x38")
+    yield "fax", tif(24, 9, 1, 4, b"\x26\xa0\x15\x00\x10\x01")
+    yield "many_strips", tif(24, 9, 8, 1, pixels, t278=2)
+    yield "claims_too_much", tif(100000, 100000, 8, 1, pixels)
+    yield "columns_claim_too_much", tif(100000, 100000, 1, 8, pixels, t274=6)
+    yield "strip_cut_off", tif(24, 9, 8, 1, pixels[:50])
+    yield "no_directory", b"II*\0\xff\xff\0\0"
+    yield "big", b"II+\0\x08\0\0\0" + struct.pack("<Q", 16) + bytes(8)
+
+
+def stream_files():
+    def words(*codes):
+        return struct.pack(f"={len(codes)}I", *codes)
+
+    def code(length, colour):
+        return colour << 20 | length
+
+    yield "tracks", words(*(code(30, 1), code(20, 4095), 0) * 30)
+    yield "long_runs", words(code(0xFFFFF, 7), code(0xFFFFF, 7), 0) * 4
+    yield "end_with_colour", words(code(50, 1), code(0, 9)) * 20
+    yield "no_end", words(*[code(1, 1)] * 400)
+    yield "ends_alone", words(*[0] * 400)
+    yield "cut_code", words(code(50, 1), 0) * 3 + b"\x07\0"
+    yield "single_pixels", words(*(code(1, n) for n in range(50)), 0) * 8
+
+
+def coded_tracks():
+    """Tracks of each coding, long enough for groups of codes, with the choices of how they are read
+    behind them: drawn from the end, flags, pixels, window, output, buffer, room and hook."""
+    halftone = [(3 + i * 7 % 11, i % 2) for i in range(300)]
+    lines = [((5, 300, 40, 1000)[i % 4], i % 2) for i in range(60)]
+    tones = [(1 + i % 3 % 2, (128 + i * 5) % 251) for i in range(200)]
+    for kind, name in ((FW8, "fw8"), (FW16, "fw16"), (FW88, "fw88")):
+        for picture, runs in (("halftone", halftone), ("lines", lines), ("tones", tones)):
+            pixels = sum(length for length, _ in runs)
+            for output in (pixels, pixels // 3):
+                draws = struct.pack(">HHBBBHBHH", 1, pixels, 1, 1, 1, output - 1, 1, 0x1FFE, 2000)
+                if kind != FW88:
+                    runs = [(length, colour & 1) for length, colour in runs]
+                track = coded("<", kind, runs)
+                yield f"{name}_{picture}_{output}", track + (draws + b"\0\1\0")[::-1]
+
+
 def write(place, name, data):
     directory = pathlib.Path(__file__).resolve().parent.parent / "fuzz" / "corpus" / place
     directory.mkdir(parents=True, exist_ok=True)
@@ -271,9 +395,18 @@ def main():
         write("fuzz_number_list", name + "_used", data + tail(1 << number, number))
     for name, data in CONFIG_FILES.items():
         write("fuzz_config_file", name, data)
+    for name, data in RC_FILES.items():
+        write("fuzz_rc_file", name, data)
+    for place, files in (("fuzz_png_module", png_files()), ("fuzz_tif_module", tif_files()),
+                         ("fuzz_fw32_module", stream_files())):
+        for number, (name, data) in enumerate(files):
+            write(place, name, data)
+            write(place, name + "_used", data + random.Random(number).randbytes(40))
     for number in range(24):
         draws = random.Random(1000 + number).randbytes(40 * (1 + number))
         write("fuzz_track_codecs", f"drawn_{number:02}", draws)
+    for name, data in coded_tracks():
+        write("fuzz_fixed_codecs", name, data)
     for name, file in (("fw8", File(BILEVEL, FW8)), ("fw16", File(BILEVEL, FW16)),
                        ("fw88", File(GRAY, FW88))):
         write("fuzz_track_codecs", name, file.data + tail(0, len(name)))

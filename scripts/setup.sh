@@ -9,7 +9,7 @@ packages=(
     # the library, the format modules and the command
     zlib1g-dev libtiff-dev libpng-dev libcli11-dev nlohmann-json3-dev
     # tests and checks
-    libgtest-dev libclang-rt-14-dev clang-format clang-tidy python3 locales
+    libgtest-dev libbenchmark-dev libclang-rt-14-dev clang-format clang-tidy python3 locales
     # the demonstration
     ghostscript fonts-urw-base35 libtiff-tools
 )

@@ -1,4 +1,5 @@
-/* Marks the functions and variables that the library exports. */
+/* Marks the functions and variables that the library exports, and the record that a format module
+ * exports. */
 #ifndef VOR_API_H
 #define VOR_API_H
 
@@ -8,8 +9,10 @@
 #else
 #define VOR_API __declspec(dllimport)
 #endif
+#define VOR_MODULE_EXPORT __declspec(dllexport)
 #else
 #define VOR_API __attribute__((visibility("default")))
+#define VOR_MODULE_EXPORT __attribute__((visibility("default")))
 #endif
 
 /* Lets the compiler hold the arguments of a printing call against its format. */

@@ -25,6 +25,14 @@ static void use_platform(void) {
     EXPECT(nint(-2.5) == -3);
 }
 
+static void use_directories(void) {
+    kel_statvfs_t volume;
+    kel_DIR *directory = kel_opendir(".");
+    EXPECT(directory != NULL && kel_readdir(directory)->d_ino == 1);
+    EXPECT(kel_closedir(directory) == 0);
+    EXPECT(kel_statvfs("/", &volume) == 0 && volume.f_files == volume.f_blocks);
+}
+
 static void use_checksum(void) {
     EXPECT(kel_crc32_buffer("123456789", 9) == UINT32_C(0xCBF43926));
 }
@@ -64,6 +72,11 @@ static void use_url(void) {
     EXPECT(url_destroy(&url) == 0);
 }
 
+static void use_shared_object(void) {
+    EXPECT(so_setdir("no such directory", 1) == 0);
+    EXPECT(so_open("no such object") == NULL);
+}
+
 static void use_text(void) {
     EXPECT(ytoi("yes") == 1);
     EXPECT(ytoi("perhaps") == -1);
@@ -72,6 +85,12 @@ static void use_text(void) {
 static void use_backup(void) {
     EXPECT(config_backup(BACKUP_GET_GENERATIONS, 0) == 4);
     EXPECT(savebackup("no such file", BACKUP_COPY) == 1);
+}
+
+static void use_catalogue(void) {
+    EXPECT(readstrings("", "eng", 0, 100) == 0);
+    EXPECT(text_basedir != NULL);
+    EXPECT(mystrings[0] == NULL && textbuf_sizes[0] == 0);
 }
 
 static void use_config_file(void) {
@@ -93,6 +112,21 @@ static void use_getaline(void) {
     free_getaline(reader);
 }
 
+static void use_path_search(void) {
+    char found[FINDFILE_ROOM];
+    path_vector *vector = build_pv("one:two", 0, 0);
+    EXPECT(vector != NULL && vector->count == 2);
+    EXPECT(vector != NULL && strcmp(vector->entries[1].text, "two") == 0);
+    destroy_pv(vector);
+    EXPECT(findfile(found, "no such file", ";lib", NULL) == -1);
+}
+
+static void use_lock(void) {
+    EXPECT(win32_islocked(0) == -1);
+    EXPECT(win32_lock("not/a name") == -1);
+    EXPECT(win32_unlock(0) == -1);
+}
+
 static char logged[512];
 
 static void keep_line(const char *line) {
@@ -104,6 +138,16 @@ static void use_log(void) {
     EXPECT(logmesg(LOGMESG_NOTE | LOGMESG_NO_FILE, "%d tracks", 3) == 0);
     logmesg_set_hook(NULL);
     EXPECT(strstr(logged, "3 tracks") != NULL);
+}
+
+static void use_log_file(void) {
+    char name[1024];
+    snprintf(name, sizeof name, "%s/every_header.log", local_home_path());
+    logmesg_set_file("every_header.log");
+    logmesg(LOGMESG_NOTE | LOGMESG_NO_STDERR, "%d tracks", 3);
+    EXPECT(kel_access(name, KEL_R_OK) == 0);
+    logmesg_set_file(NULL);
+    EXPECT(kel_unlink(name) == 0);
 }
 
 static void use_arrays(void) {
@@ -119,6 +163,34 @@ static void use_spawn(void) {
     EXPECT(win32_system("") == -1);
     EXPECT(win32_system_abort() == -1);
     logmesg_set_hook(NULL);
+}
+
+static void use_machine_settings(void) {
+    char *path;
+    gd.homedir = "/home/me";
+    path = check_path("~/lib");
+    EXPECT(path != NULL && strcmp(path, "/home/me/lib") == 0);
+    free(path);
+    EXPECT(paperselect("a4", 10, 15) == 0);
+    EXPECT(gd.paperheight == 282);
+    EXPECT(strcmp(make_vstring("$Name: rel-6-1 $"), "rel-6-1") == 0);
+}
+
+static void use_rc_file(void) {
+    rc_entry_t entry = {RC_ENTRY_SIZE, 7, 0, NULL, NULL};
+    EXPECT(readrcfile("/no such file", 0) == -1);
+    EXPECT(rc_entry(&entry, RC_ENTRY_COUNT) == 0);
+    EXPECT(entry.index == 0);
+    EXPECT(rc_integer("no such key", 3) == 3);
+    EXPECT(rc_parsems("1:30") == 90000);
+}
+
+static void use_units(void) {
+    char text[32];
+    EXPECT(initunits(UNIT_SIZE, "inch") == 0);
+    EXPECT(mm2unit(text, 50.8, 0, 1, UNIT_SIZE | UNIT_NAME) == 2);
+    EXPECT(strcmp(text, "2.0inch") == 0);
+    EXPECT(unit2mm("1+1 cm", UNIT_SIZE) == 20);
 }
 
 static void use_track_file(void) {
@@ -138,12 +210,30 @@ static void use_track_file(void) {
 static void use_formats(void) {
     EXPECT(lfdescriptor(0) == &vor_cvtformat);
     EXPECT(lffmajor(lffdev(3, 5)) == 3 && lffminor(lffdev(3, 5)) == 5);
+    EXPECT(lfloadfmt("vor") == 0);
 }
 
 static void use_codecs(void) {
     const rle_row *row = findrle_functions("fw16");
     EXPECT(row != NULL && row->limit == 32767);
     EXPECT(findrle_functions("no such codec") == NULL);
+}
+
+static void use_colour(void) {
+    uint16_t table[NCOLORS_DEFAULT];
+    EXPECT(wsetupctab("invert", table, NULL, 0) == 0);
+    EXPECT(table[0] == 255 && table[255] == 0);
+    EXPECT(assigncolors(table, "invert", 1, 0) == 0);
+    EXPECT(table[0] == 0 && table[255] == 255);
+    EXPECT(write_ctab("no such folder/curve", table, 0) == CURVE_NO_FILE);
+}
+
+static void use_autoconvert(void) {
+    char name[16] = "no such file";
+    EXPECT(autoconvert(name) == AUTOCONVERT_NO_RULE);
+    strcpy(name, "no.suchfile:M");
+    EXPECT(autoconvert(name) == AUTOCONVERT_NO_FILE);
+    EXPECT(strcmp(name, "no.suchfile") == 0);
 }
 
 static void use_native_format(void) {
@@ -156,22 +246,33 @@ static void use_native_format(void) {
 
 int main(void) {
     use_platform();
+    use_directories();
     use_checksum();
     use_install();
     use_paths();
     use_services();
+    use_shared_object();
     use_text();
     use_options();
     use_url();
     use_backup();
+    use_catalogue();
     use_config_file();
     use_getaline();
+    use_lock();
     use_log();
+    use_log_file();
+    use_path_search();
     use_arrays();
     use_spawn();
+    use_machine_settings();
+    use_rc_file();
+    use_units();
     use_track_file();
     use_formats();
     use_codecs();
     use_native_format();
+    use_colour();
+    use_autoconvert();
     return faults == 0 ? EXIT_SUCCESS : EXIT_FAILURE;
 }
