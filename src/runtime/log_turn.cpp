@@ -39,11 +39,17 @@ void start_as_child() {
     let_threads_in();
 }
 
+void watch_forks() {
+    if (forks_are_watched) return;
+    forks_are_watched = os::watch_forks(keep_threads_out, let_threads_in, start_as_child);
+}
+
+// Before any line, since a fork beside the first of them must wait for it as well.
+[[maybe_unused]] const bool tried_at_the_start = (watch_forks(), true);
+
 void open_log_mutex() {
     was_first = false;
-    if (!forks_are_watched) {
-        forks_are_watched = os::watch_forks(keep_threads_out, let_threads_in, start_as_child);
-    }
+    watch_forks();
     if (forks_are_watched) log_mutex = os::open_mutex(mutex_name, &was_first);
 }
 
