@@ -23,18 +23,19 @@ std::map<std::string, Wanted> &all_wanted() {
     return wanted;
 }
 
-class RatioReporter : public benchmark::ConsoleReporter {
+class RatioReporter : public benchmark::BenchmarkReporter {
 public:
-    RatioReporter() : ConsoleReporter(OO_Tabular) {}
+    bool ReportContext(const Context &) override { return true; }
 
     void ReportRuns(const std::vector<Run> &runs) override {
-        ConsoleReporter::ReportRuns(runs);
         for (const Run &run : runs) {
             const auto rate = run.counters.find("items_per_second");
             if (run.error_occurred || run.run_type != Run::RT_Iteration ||
                 rate == run.counters.end())
                 continue;
             note(run.run_name.function_name, rate->second);
+            for (const auto &[name, counter] : run.counters)
+                if (name != rate->first) further_[run.run_name.function_name][name] = counter;
         }
     }
 
@@ -69,8 +70,7 @@ private:
         return list.emplace_back(name, Value{}).second;
     }
 
-    static void print(const std::string &family, const std::string &peer, double rate,
-                      double ours) {
+    void print(const std::string &family, const std::string &peer, double rate, double ours) {
         const auto found = all_wanted().find(family + "/" + peer);
         const bool is_limit = found != all_wanted().end() && found->second.is_limit;
         const double ratio = is_limit ? rate / ours : ours / rate;
@@ -83,9 +83,12 @@ private:
                         met ? "met" : "MISSED");
         }
         std::printf("\n");
+        for (const auto &[name, value] : further_[family + "/" + peer])
+            std::printf("%-40s   %s: %.0f\n", "", name.c_str(), value);
     }
 
     std::vector<std::pair<std::string, Peers>> families_;
+    std::map<std::string, std::map<std::string, double>> further_; // other counters of each
 };
 
 } // namespace
