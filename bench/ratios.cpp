@@ -71,7 +71,9 @@ private:
     }
 
     void print(const std::string &family, const std::string &peer, double rate, double ours) {
-        const auto found = all_wanted().find(family + "/" + peer);
+        std::string whole = family;
+        whole.append("/").append(peer);
+        const auto found = all_wanted().find(whole);
         const bool is_limit = found != all_wanted().end() && found->second.is_limit;
         const double ratio = is_limit ? rate / ours : ours / rate;
         std::printf("%-40s %-18s %14.0f %8.2f %-13s", family.c_str(), peer.c_str(), rate, ratio,
@@ -83,7 +85,7 @@ private:
                         met ? "met" : "MISSED");
         }
         std::printf("\n");
-        for (const auto &[name, value] : further_[family + "/" + peer])
+        for (const auto &[name, value] : further_[whole])
             std::printf("%-40s   %s: %.0f\n", "", name.c_str(), value);
     }
 

@@ -16,9 +16,9 @@ if [ "${1-}" = --brief ]; then
     measured=(--benchmark_min_time=0.001)
     export VOR_BENCH_BRIEF=1
 fi
-configure bench
-build bench
-for program in build/bench/bench/bench_*; do
+configure release -DVOR_BUILD_BENCH=ON
+build release vor_benchmarks
+for program in build/release/bench/bench_*; do
     [ -x "$program" ] || die "no benchmarks found"
     "$program" "${measured[@]}" "$@"
 done

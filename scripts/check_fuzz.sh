@@ -1,9 +1,9 @@
 #!/bin/bash
 # Runs each fuzz harness for a while on its corpus, under the sanitizers. Arguments: the seconds for
-# each (10), then names of harnesses, in place of all. Inputs that fail stay in build/fuzz/finds.
+# each (6), then names of harnesses, in place of all. Inputs that fail stay in build/fuzz/finds.
 . "$(dirname "$0")/lib.sh"
 
-seconds=${1:-10}
+seconds=${1:-6}
 shift $(($# > 0))
 harnesses=("$@")
 if [ ${#harnesses[@]} -eq 0 ]; then
