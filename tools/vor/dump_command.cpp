@@ -1,0 +1,7 @@
+#include "commands.h"
+
+namespace vor::tool {
+
+void add_dump(CLI::App *, Job *) {}
+
+} // namespace vor::tool

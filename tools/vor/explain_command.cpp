@@ -1,0 +1,7 @@
+#include "commands.h"
+
+namespace vor::tool {
+
+void add_explain(CLI::App *, Job *) {}
+
+} // namespace vor::tool
