@@ -1,8 +1,9 @@
-// Any bytes as a file that is checked in full. A good verdict must be true, and what can be read
-// from end to end must get one.
+// Any bytes as a file that is checked in full. A good verdict must be true, what can be read from
+// end to end must get one, and vectors make no difference.
 #include <algorithm>
 #include <array>
 
+#include "codecs/bulk.h"
 #include "harness.h"
 #include "libvor.h"
 
@@ -59,6 +60,16 @@ void hold_against_sizes(const Verdict &verdict) {
     require(verdict.record.avgruns <= verdict.record.fwmax, "no average is above the longest");
 }
 
+void hold_against_plain_forms(const char *name, const Verdict &verdict) {
+    bulk_allowed = false;
+    const Verdict plain(name, false, true);
+    bulk_allowed = true;
+    require(plain.record.status == verdict.record.status &&
+                plain.record.fwmax == verdict.record.fwmax &&
+                plain.record.avgruns == verdict.record.avgruns && plain.colours == verdict.colours,
+            "a walk without vectors counts the same");
+}
+
 // Reads a file whole through the track calls. Every code stands for itself, save in a deflated file
 // of two levels: the checker takes all but 0 in it for 255.
 bool read_whole(xvor_t *h, Pixels *counts) {
@@ -110,6 +121,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     Choices draw(data, size);
     const Verdict verdict(file.name(), false, true);
     if (verdict.result == 0) hold_against_sizes(verdict);
+    hold_against_plain_forms(file.name(), verdict);
     hold_against_readers(file.name(), verdict);
     if (draw.coin()) {
         const Verdict stored(file.name(), true, false);

@@ -58,7 +58,7 @@ struct Walk {
     ColourCounts colours = {};
 
     // Native files:
-    count_track_fn decoder = nullptr;
+    TrackDecoder decoder = {};
     TrackBytes bytes;
     malloc_ptr<uint8_t> table; // the track table in the machine's byte order, or null
     bool wide = false;         // its entries are 64 bits wide
@@ -258,7 +258,7 @@ bool count_native(const Check &c, Walk *w, int32_t number) {
         if (entry < 0) return count_blank(w, ~entry);
         if (entry > 0 && !go_to(&w->bytes, entry)) return c.fail(CKV_READ);
     }
-    if (w->decoder(&w->bytes, &w->colours, &w->track)) return true;
+    if (count_track(w->decoder, &w->bytes, &w->colours, &w->track)) return true;
     return w->bytes.failed ? c.fail(CKV_READ) : false;
 }
 

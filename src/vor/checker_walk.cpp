@@ -16,6 +16,7 @@
 #include <cstring>
 
 #include "platform/kel.h"
+#include "vor/checker_avx2.h"
 
 namespace vor {
 namespace {
@@ -126,42 +127,36 @@ struct TwoColours {
     }
 };
 
-struct BytePairs {
-    static constexpr size_t size = 2;
-
-    static size_t add(const uint8_t *from, size_t count, ColourCounts *colours, uint64_t *pixels) {
-        constexpr size_t ways = ColourCounts::ways;
-        uint64_t sum = 0;
-        size_t done = 0;
-        const uint8_t *p = from;
-        for (; count - done >= ways && ((p[0] != 0) & (p[2] != 0) & (p[4] != 0) & (p[6] != 0));
-             done += ways, p += ways * size) {
-            for (size_t way = 0; way < ways; ++way)
-                colours->pairs[way][p[way * size + 1]] += p[way * size];
-            sum += static_cast<unsigned>(p[0] + p[2] + p[4] + p[6]);
-        }
-        for (; done < count && p[0] != 0; ++done, p += size) {
-            colours->pairs[0][p[1]] += p[0];
-            sum += p[0];
-        }
-        *pixels += sum;
-        return done;
+size_t add_byte_pairs(const uint8_t *from, size_t count, ColourCounts *colours, uint64_t *pixels) {
+    constexpr size_t ways = ColourCounts::ways, size = 2;
+    uint64_t sum = 0;
+    size_t done = 0;
+    const uint8_t *p = from;
+    for (; count - done >= ways && ((p[0] != 0) & (p[2] != 0) & (p[4] != 0) & (p[6] != 0));
+         done += ways, p += ways * size) {
+        for (size_t way = 0; way < ways; ++way)
+            colours->pairs[way][p[way * size + 1]] += p[way * size];
+        sum += static_cast<unsigned>(p[0] + p[2] + p[4] + p[6]);
     }
-};
+    for (; done < count && p[0] != 0; ++done, p += size) {
+        colours->pairs[0][p[1]] += p[0];
+        sum += p[0];
+    }
+    *pixels += sum;
+    return done;
+}
 
-// Code::add counts the codes of a stretch up to the first zero code and gives their number.
-template <class Code>
-bool count_track(TrackBytes *in, ColourCounts *colours, TrackCount *track) {
-    *track = {};
+bool count_codes(const TrackDecoder &decoder, TrackBytes *in, ColourCounts *colours,
+                 TrackCount *track) {
     for (;;) {
-        const size_t count = static_cast<size_t>(in->end - in->next) / Code::size;
-        const size_t done = Code::add(in->next, count, colours, &track->pixels);
+        const size_t count = static_cast<size_t>(in->end - in->next) / decoder.code_bytes;
+        const size_t done = decoder.add(in->next, count, colours, &track->pixels);
         track->codes += done;
-        in->next += done * Code::size;
+        in->next += done * decoder.code_bytes;
         if (done < count) break;
         if (!refill(in)) return false;
     }
-    in->next += Code::size;
+    in->next += decoder.code_bytes;
     ++track->codes;
     return true;
 }
@@ -179,7 +174,6 @@ bool next_word(TrackBytes *in, unsigned *word) {
 
 template <bool swapped>
 bool count_fw511(TrackBytes *in, ColourCounts *colours, TrackCount *track) {
-    *track = {};
     for (;;) {
         unsigned code = 0;
         if (!next_word<swapped>(in, &code)) return false;
@@ -192,11 +186,11 @@ bool count_fw511(TrackBytes *in, ColourCounts *colours, TrackCount *track) {
     }
 }
 
-constexpr count_track_fn decoders[][2] = {
-    {count_track<TwoColours<uint16_t, false>>, count_track<TwoColours<uint16_t, true>>},
-    {count_track<TwoColours<uint8_t, false>>, count_track<TwoColours<uint8_t, false>>},
-    {count_track<BytePairs>, count_track<BytePairs>},
-    {count_fw511<false>, count_fw511<true>},
+constexpr TrackDecoder decoders[][2] = {
+    {{2, TwoColours<uint16_t, false>::add, false}, {2, TwoColours<uint16_t, true>::add, true}},
+    {{1, TwoColours<uint8_t, false>::add, false}, {1, TwoColours<uint8_t, false>::add, true}},
+    {{2, add_byte_pairs, false}, {2, add_byte_pairs, true}},
+    {{2, nullptr, false}, {2, nullptr, true}},
 };
 static_assert(VT_FW16 == 1 && VT_FW8 == 2 && VT_FW88 == 3 && vt_fw511 == 4);
 
@@ -215,6 +209,7 @@ void start_bytes(TrackBytes *in, int32_t fd) {
     in->failed = false;
     in->endpos = -1;
     in->next = in->end = in->bytes;
+    std::fill_n(in->bytes, sizeof in->bytes, uint8_t{0});
 }
 
 bool go_to(TrackBytes *in, int64_t offset) {
@@ -229,8 +224,18 @@ bool go_to(TrackBytes *in, int64_t offset) {
     return !in->failed;
 }
 
-count_track_fn find_decoder(uint32_t format, bool swapped) {
-    return decoders[format - 1][swapped];
+TrackDecoder find_decoder(uint32_t format, bool swapped) {
+    TrackDecoder decoder = decoders[format - 1][swapped];
+    if (const add_codes_fn add = find_vector_adder(format, swapped)) decoder.add = add;
+    return decoder;
+}
+
+bool count_track(const TrackDecoder &decoder, TrackBytes *in, ColourCounts *colours,
+                 TrackCount *track) {
+    *track = {};
+    if (decoder.add) return count_codes(decoder, in, colours, track);
+    return decoder.swapped ? count_fw511<true>(in, colours, track)
+                           : count_fw511<false>(in, colours, track);
 }
 
 } // namespace vor
