@@ -166,15 +166,6 @@ struct Block<Fw8> {
         const __m128i eight = _mm_loadl_epi64(reinterpret_cast<const __m128i *>(at));
         return _mm256_and_si256(_mm256_cvtepu8_epi32(eight), every(Fw8::limit));
     }
-    // The lengths `first` to `first` + 3, each in 8 bytes.
-    template <int first>
-    VOR_AVX2_INLINE __m256i four_lengths() const {
-        constexpr int64_t at = first % 16;
-        const __m256i half = first < 16 ? _mm256_permute4x64_epi64(lengths, 0x44)
-                                        : _mm256_permute4x64_epi64(lengths, 0xEE);
-        return _mm256_shuffle_epi8(half, _mm256_setr_epi64x(~0xFF | at, ~0xFF | (at + 1),
-                                                            ~0xFF | (at + 2), ~0xFF | (at + 3)));
-    }
 
     __m256i lengths;
     uint32_t seconds;
@@ -204,17 +195,6 @@ struct Block<Fw16> {
         const __m128i eight = _mm_loadu_si128(reinterpret_cast<const __m128i *>(at));
         return _mm256_and_si256(_mm256_cvtepu16_epi32(eight), every(Fw16::limit));
     }
-    // The lengths `first` to `first` + 3, each in 8 bytes.
-    template <int first>
-    VOR_AVX2_INLINE __m256i four_lengths() const {
-        const __m256i vector = lengths[first / 16];
-        constexpr int64_t at = 0x0100 + first % 8 * 0x0202;
-        const __m256i half = first % 16 < 8 ? _mm256_permute4x64_epi64(vector, 0x44)
-                                            : _mm256_permute4x64_epi64(vector, 0xEE);
-        return _mm256_shuffle_epi8(half, _mm256_setr_epi64x(~0xFFFF | at, ~0xFFFF | (at + 0x0202),
-                                                            ~0xFFFF | (at + 0x0404),
-                                                            ~0xFFFF | (at + 0x0606)));
-    }
 
     __m256i lengths[2];
     uint32_t seconds;
@@ -240,11 +220,136 @@ struct Block<Fw88> {
     __m256i lengths;
 };
 
+// A block in which each code should have another colour than the one before it, so that all of them
+// are runs. Where there are two colours they take turns: with the colour bits that they have then
+// turned over, a code is its length, a number above 0.
+template <class Code>
+struct Turns;
+
+// Stores eight runs, given lengths in the order 0 1 4 5 2 3 6 7 and colours that take turns.
+template <Order order>
+VOR_AVX2_INLINE void store_turns(lfrun *slot, ptrdiff_t first, __m256i lengths, __m256i colours) {
+    store_runs<order>(slot, first, _mm256_unpacklo_epi32(lengths, colours));
+    store_runs<order>(slot, first + 4, _mm256_unpackhi_epi32(lengths, colours));
+}
+
+template <>
+struct Turns<Fw8> {
+    // `second`: the first of the codes has the second colour.
+    VOR_AVX2_INLINE static __m256i colour_bits(bool second) {
+        return _mm256_set1_epi16(second ? 0x0080 : INT16_MIN);
+    }
+    VOR_AVX2_INLINE Turns(const uint8_t *at, __m256i bits)
+        : lengths(_mm256_xor_si256(load256(at), bits)) {}
+    VOR_AVX2_INLINE bool hold() const {
+        return byte_signs(_mm256_cmpgt_epi8(lengths, _mm256_setzero_si256())) == UINT32_MAX;
+    }
+    VOR_AVX2_INLINE __m256i sums() const {
+        return _mm256_sad_epu8(lengths, _mm256_setzero_si256());
+    }
+    template <Order order>
+    VOR_AVX2_INLINE void store(lfrun *slot, __m256i colours) const {
+        const __m256i low = _mm256_permute4x64_epi64(lengths, 0x44);
+        const __m256i high = _mm256_permute4x64_epi64(lengths, 0xEE);
+        store_turns<order>(slot, 0, eight_lengths<0>(low), colours);
+        store_turns<order>(slot, 8, eight_lengths<8>(low), colours);
+        store_turns<order>(slot, 16, eight_lengths<0>(high), colours);
+        store_turns<order>(slot, 24, eight_lengths<8>(high), colours);
+    }
+
+private:
+    // Of 16 lengths that stand in both halves, those behind the number `first`.
+    template <int first>
+    VOR_AVX2_INLINE static __m256i eight_lengths(__m256i twice) {
+        constexpr int alone = ~0xFF | first; // nothing above the length
+        return _mm256_shuffle_epi8(twice,
+                                   _mm256_setr_epi32(alone, alone + 1, alone + 4, alone + 5,
+                                                     alone + 2, alone + 3, alone + 6, alone + 7));
+    }
+
+    __m256i lengths;
+};
+
+template <>
+struct Turns<Fw16> {
+    VOR_AVX2_INLINE static __m256i colour_bits(bool second) {
+        return _mm256_set1_epi32(second ? 0x8000 : INT32_MIN);
+    }
+    VOR_AVX2_INLINE Turns(const uint8_t *at, __m256i bits)
+        : lengths{_mm256_xor_si256(load256(at), bits), _mm256_xor_si256(load256(at + 32), bits)} {}
+    VOR_AVX2_INLINE bool hold() const {
+        const __m256i least = _mm256_min_epi16(lengths[0], lengths[1]);
+        return byte_signs(_mm256_cmpgt_epi16(least, _mm256_setzero_si256())) == UINT32_MAX;
+    }
+    VOR_AVX2_INLINE __m256i sums() const {
+        const __m256i ones = _mm256_set1_epi16(1);
+        const __m256i pairs = _mm256_add_epi32(_mm256_madd_epi16(lengths[0], ones),
+                                               _mm256_madd_epi16(lengths[1], ones));
+        return _mm256_add_epi64(_mm256_srli_epi64(pairs, 32),
+                                _mm256_and_si256(pairs, _mm256_set1_epi64x(UINT32_MAX)));
+    }
+    template <Order order>
+    VOR_AVX2_INLINE void store(lfrun *slot, __m256i colours) const {
+        for (ptrdiff_t i = 0; i < 2; ++i) {
+            const __m256i low = _mm256_permute4x64_epi64(lengths[i], 0x44);
+            const __m256i high = _mm256_permute4x64_epi64(lengths[i], 0xEE);
+            store_turns<order>(slot, i * 16, eight_lengths(low), colours);
+            store_turns<order>(slot, i * 16 + 8, eight_lengths(high), colours);
+        }
+    }
+
+private:
+    // Of 8 lengths that stand in both halves.
+    VOR_AVX2_INLINE static __m256i eight_lengths(__m256i twice) {
+        constexpr int alone = ~0xFFFF | 0x0100, next = 0x0202;
+        return _mm256_shuffle_epi8(twice, _mm256_setr_epi32(alone, alone + next, alone + 4 * next,
+                                                            alone + 5 * next, alone + 2 * next,
+                                                            alone + 3 * next, alone + 6 * next,
+                                                            alone + 7 * next));
+    }
+
+    __m256i lengths[2];
+};
+
+// For colours that are their own numbers: a code, its bytes drawn apart, is a run.
+template <>
+struct Turns<Fw88> {
+    VOR_AVX2_INLINE static __m256i colour_bits(bool) { return _mm256_setzero_si256(); }
+    VOR_AVX2_INLINE Turns(const uint8_t *from, __m256i)
+        : at(from), pairs(load256(from)),
+          lengths(_mm256_and_si256(pairs, _mm256_set1_epi16(Fw88::limit))) {}
+    VOR_AVX2_INLINE bool hold() const {
+        const __m256i changes = _mm256_xor_si256(pairs, load256(at - Fw88::bytes));
+        const __m256i zero = _mm256_setzero_si256();
+        return byte_signs(
+                   _mm256_or_si256(_mm256_cmpeq_epi16(lengths, zero),
+                                   _mm256_cmpeq_epi16(_mm256_srli_epi16(changes, 8), zero))) == 0;
+    }
+    VOR_AVX2_INLINE __m256i sums() const {
+        return _mm256_sad_epu8(lengths, _mm256_setzero_si256());
+    }
+    template <Order order>
+    VOR_AVX2_INLINE void store(lfrun *slot, __m256i) const {
+        for (ptrdiff_t i = 0; i < 4; ++i) {
+            const void *four = at + 8 * i;
+            store_runs<order>(
+                slot, 4 * i,
+                _mm256_cvtepu8_epi32(_mm_loadl_epi64(static_cast<const __m128i *>(four))));
+        }
+    }
+
+private:
+    const uint8_t *at;
+    __m256i pairs;
+    __m256i lengths;
+};
+
 template <class D>
 class BulkDecoder {
     using Code = typename D::Unit;
     static constexpr Order order = D::run_order;
-    static constexpr ptrdiff_t block_bytes = Block<Code>::codes * Code::bytes;
+    static constexpr ptrdiff_t block_codes = Block<Code>::codes;
+    static constexpr ptrdiff_t block_bytes = block_codes * Code::bytes;
     static constexpr bool two_colours = std::is_base_of_v<TwoColours, Code>;
     using Scale = VectorScale<D::one_to_one>;
 
@@ -252,12 +357,11 @@ public:
     // What may be written behind the runs that count.
     static constexpr size_t spare = 8;
 
-    // `turns` has room for the two colours in turn, in lanes of their own and in runs.
-    VOR_AVX2_INLINE explicit BulkDecoder(D *decoder, uint32_t (&turns)[32])
+    // `turns` has room for the two colours in turn.
+    VOR_AVX2_INLINE explicit BulkDecoder(D *decoder, uint32_t (&turns)[16])
         : scale_(decoder->scale), decoder_(decoder), palette_(decoder->palette),
           slot_(decoder->runs.next_slot()), passed_(static_cast<uint32_t>(decoder->passed)),
-          window_(static_cast<uint32_t>(decoder->window)), in_turn_(turns),
-          runs_in_turn_(turns + 16) {
+          window_(static_cast<uint32_t>(decoder->window)), in_turn_(turns) {
         const auto hand = decoder->runs.at_hand();
         begin_ = hand.begin;
         end_ = every(hand.end);
@@ -268,8 +372,6 @@ public:
                 const uint32_t colour = (i & 1) != 0 ? palette_.set : palette_.clear;
                 turns[i] = colour & colour_code_mask;
             }
-            for (uint32_t i = 0; i < 16; ++i)
-                turns[16 + i] = (i & 1) != 0 ? turns[i / 2] : 0;
         } else {
             identity_ = is_identity(palette_.table);
         }
@@ -277,8 +379,13 @@ public:
 
     VOR_AVX2_INLINE void decode(const uint8_t *&position, const uint8_t *end) {
         const uint8_t *at = position;
-        while (end - at >= block_bytes && take_block(at))
-            at += block_bytes;
+        while (end - at >= block_bytes) {
+            ptrdiff_t bytes = 0;
+            if constexpr (D::one_to_one) bytes = take_turns(at, end);
+            if (bytes == 0 && take_block(at)) bytes = block_bytes;
+            if (bytes == 0) break;
+            at += bytes;
+        }
         position = at;
         decoder_->passed = passed_;
         decoder_->runs.added(completed_, {begin_, end_at_hand(), colour_at_hand()});
@@ -311,7 +418,10 @@ private:
         const uint32_t length = block.sum();
         if (length > window_ - passed_) return false;
         if constexpr (two_colours && D::one_to_one) {
-            if (take_whole(block, at, length)) return true;
+            if ((block.seconds ^ (block.seconds << 1 | second_)) == 0) {
+                passed_ += length; // all of the run at hand
+                return true;
+            }
         }
         __m256i passed = every(passed_);
         passed_ += length;
@@ -325,41 +435,42 @@ private:
         return true;
     }
 
-    // ---- blocks of two colours in which all codes begin a run, or none does ----
+    // ---- blocks in which all codes are runs ----
 
-    VOR_AVX2_INLINE bool take_whole(const Block<Code> &block, const uint8_t *at, uint32_t length) {
-        const uint32_t changes = block.seconds ^ (block.seconds << 1 | second_);
-        if (changes != UINT32_MAX && changes != 0) return false;
-        if (changes != 0) {
-            spread_out(block);
-            begin_ = passed_ + length - Code::length(at + block_bytes - Code::bytes);
-            second_ = block.seconds >> 31;
-        }
-        passed_ += length;
-        return true;
-    }
+    // Blocks whose lengths are summed before the sum is held against the window.
+    static constexpr ptrdiff_t most_turns = 8;
 
-    // The run at hand is completed, and each code of the block becomes a run; the last of them is
-    // the one at hand from then on.
-    VOR_AVX2_INLINE void spread_out(const Block<Code> &block) {
-        lfrun *first = slot();
-        *first = {end_at_hand() - begin_, colour_at_hand() & colour_code_mask};
+    // Takes blocks in which each code has another colour than the one before it. The run at hand is
+    // completed, and each code becomes a run; the last of them is the one at hand from then on.
+    // Gives their bytes: 0, and nothing has happened, if there are none or they go beyond the
+    // window.
+    VOR_AVX2_INLINE ptrdiff_t take_turns(const uint8_t *at, const uint8_t *end) {
+        if (!two_colours && !identity_) return 0;
+        const __m256i bits = Turns<Code>::colour_bits(second_ == 0);
+        __m256i colours = _mm256_setzero_si256();
+        if constexpr (two_colours) colours = load256(in_turn_ + (second_ ^ 1));
+        lfrun *const first = slot();
         lfrun *next = order == Order::forward ? first + 1 : first - 1;
-        const __m256i colours = load256(runs_in_turn_ + (second_ != 0 ? 0 : 2));
-        store_eight<0>(block, next, colours);
-        store_eight<8>(block, next, colours);
-        store_eight<16>(block, next, colours);
-        store_eight<24>(block, next, colours);
-        completed_ += block.codes;
-    }
-
-    template <int first>
-    VOR_AVX2_INLINE static void store_eight(const Block<Code> &block, lfrun *next,
-                                            __m256i colours) {
-        const __m256i low = block.template four_lengths<first>();
-        const __m256i high = block.template four_lengths<first + 4>();
-        store_runs<order>(next, first, _mm256_or_si256(low, colours));
-        store_runs<order>(next, first + 4, _mm256_or_si256(high, colours));
+        const ptrdiff_t most = std::min((end - at) / block_bytes, most_turns);
+        __m256i sums = _mm256_setzero_si256(); // in lanes of 64 bits
+        ptrdiff_t taken = 0;
+        for (; taken < most; ++taken) {
+            const Turns<Code> turns(at + taken * block_bytes, bits);
+            if (!turns.hold()) break;
+            sums = _mm256_add_epi64(sums, turns.sums());
+            turns.template store<order>(next, colours);
+            next += order == Order::forward ? block_codes : -block_codes;
+        }
+        const uint32_t length = sum_of(sums);
+        if (taken == 0 || length > window_ - passed_) return 0;
+        *first = {end_at_hand() - begin_, colour_at_hand() & colour_code_mask};
+        const ptrdiff_t bytes = taken * block_bytes;
+        const uint8_t *const last = at + bytes - Code::bytes;
+        passed_ += length;
+        begin_ = passed_ - Code::length(last);
+        if constexpr (!two_colours) colour_ = every(Code::colour(last, palette_));
+        completed_ += static_cast<size_t>(taken * block_codes);
+        return bytes;
     }
 
     // ---- groups of eight codes ----
@@ -470,7 +581,6 @@ private:
     uint32_t passed_;
     uint32_t window_;
     const uint32_t *in_turn_;
-    const uint32_t *runs_in_turn_;
     bool identity_ = false; // every number is its own colour
 };
 
@@ -482,7 +592,7 @@ VOR_AVX2 void decode_avx2(D *decoder, const uint8_t *&at, const uint8_t *end) {
     if (!VectorScale<D::one_to_one>::serves(decoder->scale)) return;
     const size_t bytes = (room - BulkDecoder<D>::spare) * D::Unit::bytes;
     if (static_cast<size_t>(end - at) > bytes) end = at + bytes;
-    uint32_t turns[32];
+    uint32_t turns[16];
     BulkDecoder<D>(decoder, turns).decode(at, end);
 }
 

@@ -11,7 +11,8 @@ namespace vor {
 
 // Decodes many codes at a time, from `at` towards `end`, with the outcome that Decoder::decode has.
 // It takes whole groups of codes only, and leaves off in front of the first group that holds a zero
-// code, goes beyond the window or might not find room. Where no run is at hand yet it takes none.
+// code, goes beyond the window or might not find room. The code that stands in front of `at` has
+// been decoded; where no run is at hand yet none is taken.
 template <class D>
 using BulkDecode = void (*)(D *decoder, const uint8_t *&at, const uint8_t *end);
 
