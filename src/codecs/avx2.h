@@ -10,7 +10,7 @@
 
 #include "trackfile/lf.h"
 
-#define VOR_AVX2 __attribute__((target("avx2,bmi,bmi2,popcnt")))
+#define VOR_AVX2 __attribute__((target("avx2,fma,bmi,bmi2,popcnt")))
 #define VOR_AVX2_INLINE VOR_AVX2 __attribute__((always_inline)) inline
 
 namespace vor {

@@ -47,11 +47,14 @@ VOR_AVX2_INLINE __m256i last_lane_everywhere(__m256i v) {
     return _mm256_permutevar8x32_epi32(v, every(7));
 }
 
+VOR_AVX2_INLINE __m256i lanes_of(uint32_t set) {
+    const void *lanes = lane_sets.lanes[set];
+    return _mm256_cvtepu8_epi32(_mm_loadl_epi64(static_cast<const __m128i *>(lanes)));
+}
+
 // The lanes of `set` moved together to the low end.
 VOR_AVX2_INLINE __m256i gather_lanes(__m256i v, uint32_t set) {
-    const void *lanes = lane_sets.lanes[set];
-    return _mm256_permutevar8x32_epi32(
-        v, _mm256_cvtepu8_epi32(_mm_loadl_epi64(static_cast<const __m128i *>(lanes))));
+    return _mm256_permutevar8x32_epi32(v, lanes_of(set));
 }
 
 // Lane i takes lane i - 1, the lowest takes that of `first`.
@@ -112,8 +115,8 @@ struct VectorOneToOne {
 };
 
 // In double precision: floor((n * s + c) / w) is the whole part of (n * s + c + 1/2) / w, which
-// lies at least 1 / 2w off the next whole number. The four roundings of s * (n / w) + (c + 1/2) / w
-// add up to less than that for n * w up to 2^50.
+// lies at least 1 / 2w off the next whole number. The three roundings of s * (n / w) + (c + 1/2) /
+// w add up to less than that for n * w up to 2^50.
 struct VectorRescaled {
     VOR_AVX2_INLINE explicit VectorRescaled(const Rescaled &scale) {
         const auto window = static_cast<double>(scale.window());
@@ -132,8 +135,7 @@ struct VectorRescaled {
 
 private:
     VOR_AVX2_INLINE __m128i four(__m128i passed) const {
-        const __m256d product = _mm256_mul_pd(_mm256_cvtepi32_pd(passed), slope);
-        return _mm256_cvttpd_epi32(_mm256_add_pd(product, offset));
+        return _mm256_cvttpd_epi32(_mm256_fmadd_pd(_mm256_cvtepi32_pd(passed), slope, offset));
     }
 
     __m256d slope, offset;
@@ -352,25 +354,36 @@ class BulkDecoder {
     static constexpr ptrdiff_t block_bytes = block_codes * Code::bytes;
     static constexpr bool two_colours = std::is_base_of_v<TwoColours, Code>;
     using Scale = VectorScale<D::one_to_one>;
+    // Blocks that are worked on together. In those that are no turns the next may be.
+    static constexpr ptrdiff_t most_blocks = two_colours && D::one_to_one ? 1 : 8;
 
 public:
     // What may be written behind the runs that count.
     static constexpr size_t spare = 8;
 
-    // `turns` has room for the two colours in turn.
-    VOR_AVX2_INLINE explicit BulkDecoder(D *decoder, uint32_t (&turns)[16])
+    // What is worked with in memory.
+    struct Room {
+        static constexpr ptrdiff_t begins = most_blocks * block_codes + 1;
+
+        uint32_t turns[16]; // the two colours in turn
+        // Where runs begin in the output, and their colours: the one at hand, and those behind it.
+        uint32_t begin[begins + spare];
+        uint32_t colour[two_colours ? 1 : begins + spare];
+    };
+
+    VOR_AVX2_INLINE explicit BulkDecoder(D *decoder, Room *room)
         : scale_(decoder->scale), decoder_(decoder), palette_(decoder->palette),
           slot_(decoder->runs.next_slot()), passed_(static_cast<uint32_t>(decoder->passed)),
-          window_(static_cast<uint32_t>(decoder->window)), in_turn_(turns) {
+          window_(static_cast<uint32_t>(decoder->window)), room_(room) {
         const auto hand = decoder->runs.at_hand();
         begin_ = hand.begin;
         end_ = every(hand.end);
-        colour_ = every(hand.colour);
+        colour_ = hand.colour;
         if constexpr (two_colours) {
             second_ = hand.colour == palette_.set ? 1 : 0;
             for (uint32_t i = 0; i < 16; ++i) {
                 const uint32_t colour = (i & 1) != 0 ? palette_.set : palette_.clear;
-                turns[i] = colour & colour_code_mask;
+                room->turns[i] = colour & colour_code_mask;
             }
         } else {
             identity_ = is_identity(palette_.table);
@@ -382,7 +395,7 @@ public:
         while (end - at >= block_bytes) {
             ptrdiff_t bytes = 0;
             if constexpr (D::one_to_one) bytes = take_turns(at, end);
-            if (bytes == 0 && take_block(at)) bytes = block_bytes;
+            if (bytes == 0) bytes = take_blocks(at, end);
             if (bytes == 0) break;
             at += bytes;
         }
@@ -396,7 +409,7 @@ private:
         if constexpr (two_colours)
             return second_ != 0 ? palette_.set : palette_.clear;
         else
-            return last_lane(colour_);
+            return colour_;
     }
 
     VOR_AVX2_INLINE uint32_t end_at_hand() const {
@@ -411,7 +424,62 @@ private:
         return order == Order::forward ? slot_ + completed : slot_ - completed;
     }
 
-    // False, and nothing happens, if the block at `at` is not for this class to take.
+    // ---- blocks in which all codes are runs ----
+
+    // Blocks whose lengths are summed before the sum is held against the window.
+    static constexpr ptrdiff_t most_turns = 8;
+
+    // Takes blocks in which each code has another colour than the one before it. The run at hand is
+    // completed, and each code becomes a run; the last of them is the one at hand from then on.
+    // Gives their bytes: 0, and nothing has happened, if there are none or they go beyond the
+    // window.
+    VOR_AVX2_INLINE ptrdiff_t take_turns(const uint8_t *at, const uint8_t *end) {
+        if (!two_colours && !identity_) return 0;
+        const __m256i bits = Turns<Code>::colour_bits(second_ == 0);
+        __m256i colours = _mm256_setzero_si256();
+        if constexpr (two_colours) colours = load256(room_->turns + (second_ ^ 1));
+        lfrun *const first = slot();
+        lfrun *next = order == Order::forward ? first + 1 : first - 1;
+        const ptrdiff_t most = std::min((end - at) / block_bytes, most_turns);
+        __m256i sums = _mm256_setzero_si256(); // in lanes of 64 bits
+        ptrdiff_t taken = 0;
+        for (; taken < most; ++taken) {
+            const Turns<Code> turns(at + taken * block_bytes, bits);
+            if (!turns.hold()) break;
+            sums = _mm256_add_epi64(sums, turns.sums());
+            turns.template store<order>(next, colours);
+            next += order == Order::forward ? block_codes : -block_codes;
+        }
+        const uint32_t length = sum_of(sums);
+        if (taken == 0 || length > window_ - passed_) return 0;
+        *first = {end_at_hand() - begin_, colour_at_hand() & colour_code_mask};
+        const ptrdiff_t bytes = taken * block_bytes;
+        const uint8_t *const last = at + bytes - Code::bytes;
+        passed_ += length;
+        begin_ = passed_ - Code::length(last);
+        if constexpr (!two_colours) colour_ = Code::colour(last, palette_);
+        completed_ += static_cast<size_t>(taken * block_codes);
+        return bytes;
+    }
+
+    // ---- groups of eight codes ----
+
+    // Takes blocks, up to the first that holds a zero code or goes beyond the window. It notes
+    // where runs begin, and makes runs of that at the end. Gives the blocks' bytes.
+    VOR_AVX2_INLINE ptrdiff_t take_blocks(const uint8_t *at, const uint8_t *end) {
+        const uint32_t first_second = second_;
+        begun_ = 0;
+        room_->begin[0] = begin_;
+        if constexpr (!two_colours) room_->colour[0] = colour_at_hand();
+        const ptrdiff_t most = std::min((end - at) / block_bytes, most_blocks);
+        ptrdiff_t taken = 0;
+        while (taken < most && take_block(at + taken * block_bytes))
+            ++taken;
+        make_runs(first_second);
+        return taken * block_bytes;
+    }
+
+    // False, and nothing happens, if the block at `at` is not to be taken.
     VOR_AVX2_INLINE bool take_block(const uint8_t *at) {
         const Block<Code> block(at);
         if (block.has_zero()) return false;
@@ -435,46 +503,6 @@ private:
         return true;
     }
 
-    // ---- blocks in which all codes are runs ----
-
-    // Blocks whose lengths are summed before the sum is held against the window.
-    static constexpr ptrdiff_t most_turns = 8;
-
-    // Takes blocks in which each code has another colour than the one before it. The run at hand is
-    // completed, and each code becomes a run; the last of them is the one at hand from then on.
-    // Gives their bytes: 0, and nothing has happened, if there are none or they go beyond the
-    // window.
-    VOR_AVX2_INLINE ptrdiff_t take_turns(const uint8_t *at, const uint8_t *end) {
-        if (!two_colours && !identity_) return 0;
-        const __m256i bits = Turns<Code>::colour_bits(second_ == 0);
-        __m256i colours = _mm256_setzero_si256();
-        if constexpr (two_colours) colours = load256(in_turn_ + (second_ ^ 1));
-        lfrun *const first = slot();
-        lfrun *next = order == Order::forward ? first + 1 : first - 1;
-        const ptrdiff_t most = std::min((end - at) / block_bytes, most_turns);
-        __m256i sums = _mm256_setzero_si256(); // in lanes of 64 bits
-        ptrdiff_t taken = 0;
-        for (; taken < most; ++taken) {
-            const Turns<Code> turns(at + taken * block_bytes, bits);
-            if (!turns.hold()) break;
-            sums = _mm256_add_epi64(sums, turns.sums());
-            turns.template store<order>(next, colours);
-            next += order == Order::forward ? block_codes : -block_codes;
-        }
-        const uint32_t length = sum_of(sums);
-        if (taken == 0 || length > window_ - passed_) return 0;
-        *first = {end_at_hand() - begin_, colour_at_hand() & colour_code_mask};
-        const ptrdiff_t bytes = taken * block_bytes;
-        const uint8_t *const last = at + bytes - Code::bytes;
-        passed_ += length;
-        begin_ = passed_ - Code::length(last);
-        if constexpr (!two_colours) colour_ = every(Code::colour(last, palette_));
-        completed_ += static_cast<size_t>(taken * block_codes);
-        return bytes;
-    }
-
-    // ---- groups of eight codes ----
-
     // The positions in the output that eight codes begin at; `pieces` gets the set of those that do
     // not come out empty.
     VOR_AVX2_INLINE __m256i begins_of(__m256i lengths, __m256i *passed, uint32_t *pieces) {
@@ -496,7 +524,6 @@ private:
     VOR_AVX2_INLINE void take_two_colours(const uint8_t *at, uint32_t seconds, __m256i *passed) {
         uint32_t pieces;
         const __m256i begins = begins_of(Block<Code>::eight_lengths(at), passed, &pieces);
-        const uint32_t before = second_;
         uint32_t changes;
         if constexpr (D::one_to_one) {
             changes = (seconds ^ (seconds << 1 | second_)) & 0xFF;
@@ -507,8 +534,8 @@ private:
             changes = _pdep_u32(packed ^ with_last, pieces);
             second_ = with_last >> lanes_in(pieces) & 1;
         }
-        const __m256i ends = gather_lanes(begins, changes);
-        complete(ends, load256(in_turn_ + before), lanes_in(changes));
+        store256(room_->begin + 1 + begun_, gather_lanes(begins, changes));
+        begun_ += lanes_in(changes);
     }
 
     VOR_AVX2_INLINE void take_colours(const uint8_t *at, __m256i *passed) {
@@ -516,22 +543,27 @@ private:
         const __m256i begins = begins_of(Block<Code>::eight_lengths(at), passed, &pieces);
         const __m256i colours = look_up(at);
         const uint32_t changes = colour_changes(colours, pieces);
-        const uint32_t count = lanes_in(changes);
-        __m256i ends = begins, next_colours = colours;
-        if (changes != 0xFF) {
-            ends = gather_lanes(begins, changes);
-            next_colours = gather_lanes(colours, changes);
-        }
-        complete(ends, shift_in(next_colours, colour_), count);
-        colour_ = count != 0 ? every(lane(next_colours, count - 1)) : colour_;
+        const __m256i changed = lanes_of(changes);
+        store256(room_->begin + 1 + begun_, _mm256_permutevar8x32_epi32(begins, changed));
+        store256(room_->colour + 1 + begun_, _mm256_permutevar8x32_epi32(colours, changed));
+        begun_ += lanes_in(changes);
     }
 
     // The pieces that have another colour than the piece before.
-    VOR_AVX2_INLINE uint32_t colour_changes(__m256i colours, uint32_t pieces) const {
-        if constexpr (D::one_to_one)
-            return ~equal_lanes(colours, shift_in(colours, colour_)) & 0xFF;
-        const __m256i packed = gather_lanes(colours, pieces);
-        return _pdep_u32(~equal_lanes(packed, shift_in(packed, colour_)), pieces);
+    VOR_AVX2_INLINE uint32_t colour_changes(__m256i colours, uint32_t pieces) {
+        if constexpr (D::one_to_one) {
+            const __m256i before = shift_in(colours, every(colour_));
+            colour_ = last_lane(colours);
+            return ~equal_lanes(colours, before) & 0xFF;
+        } else {
+            const __m256i packed = gather_lanes(colours, pieces);
+            const __m256i before = shift_in(packed, every(colour_));
+            uint32_t lanes[9];
+            lanes[0] = colour_;
+            store256(lanes + 1, packed);
+            colour_ = lanes[lanes_in(pieces)];
+            return _pdep_u32(~equal_lanes(packed, before), pieces);
+        }
     }
 
     VOR_AVX2_INLINE __m256i look_up(const uint8_t *at) const {
@@ -548,29 +580,29 @@ private:
         return _mm256_cvtepu16_epi32(colours);
     }
 
-    // Completes the run at hand at the first of `ends`, and `count` runs in all; `colours` are
-    // theirs.
-    VOR_AVX2_INLINE void complete(__m256i ends, __m256i colours, uint32_t count) {
-        const __m256i lengths = _mm256_sub_epi32(ends, shift_in(ends, every(begin_)));
-        store_runs<order>(slot(), lengths, colours);
-        uint32_t lanes[9];
-        lanes[0] = begin_;
-        store256(lanes + 1, ends);
-        begin_ = lanes[count];
-        completed_ += count;
-    }
-
-    VOR_AVX2_INLINE static uint32_t lane(__m256i v, uint32_t number) {
-        uint32_t lanes[8];
-        store256(lanes, v);
-        return lanes[number];
+    // Each run but the last of those begun ends where the next one begins. `first_second`: of two
+    // colours, the first run has the second.
+    VOR_AVX2_INLINE void make_runs(uint32_t first_second) {
+        const uint32_t *const begin = room_->begin;
+        lfrun *to = slot();
+        for (uint32_t i = 0; i < begun_; i += 8, to += order == Order::forward ? 8 : -8) {
+            const __m256i lengths = _mm256_sub_epi32(load256(begin + i + 1), load256(begin + i));
+            __m256i colours;
+            if constexpr (two_colours)
+                colours = load256(room_->turns + first_second);
+            else
+                colours = load256(room_->colour + i);
+            store_runs<order>(to, lengths, colours);
+        }
+        begin_ = begin[begun_];
+        completed_ += begun_;
     }
 
     Scale scale_;
     // The run at hand: where it begins in the output and, if that is not what has passed, where it
     // ends; and its colour, of two colours whether it is the second.
     __m256i end_;
-    __m256i colour_;
+    uint32_t colour_;
     uint32_t begin_;
     uint32_t second_ = 0;
 
@@ -580,7 +612,8 @@ private:
     size_t completed_ = 0;
     uint32_t passed_;
     uint32_t window_;
-    const uint32_t *in_turn_;
+    Room *room_;
+    uint32_t begun_ = 0;    // runs noted in the room, the one at hand not counted
     bool identity_ = false; // every number is its own colour
 };
 
@@ -592,8 +625,8 @@ VOR_AVX2 void decode_avx2(D *decoder, const uint8_t *&at, const uint8_t *end) {
     if (!VectorScale<D::one_to_one>::serves(decoder->scale)) return;
     const size_t bytes = (room - BulkDecoder<D>::spare) * D::Unit::bytes;
     if (static_cast<size_t>(end - at) > bytes) end = at + bytes;
-    uint32_t turns[16];
-    BulkDecoder<D>(decoder, turns).decode(at, end);
+    typename BulkDecoder<D>::Room memory;
+    BulkDecoder<D>(decoder, &memory).decode(at, end);
 }
 
 } // namespace

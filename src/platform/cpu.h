@@ -4,7 +4,7 @@
 
 namespace vor::os {
 
-// Whether AVX2, BMI, BMI2 and POPCNT are there, for the processor and for the system.
+// Whether AVX2, FMA, BMI, BMI2 and POPCNT are there, for the processor and for the system.
 bool cpu_has_avx2();
 
 } // namespace vor::os
