@@ -57,11 +57,9 @@ VOR_AVX2_INLINE __m256i gather_lanes(__m256i v, uint32_t set) {
     return _mm256_permutevar8x32_epi32(v, lanes_of(set));
 }
 
-// Lane i takes lane i - 1, the lowest takes that of `first`.
-VOR_AVX2_INLINE __m256i shift_in(__m256i v, __m256i first) {
-    const __m256i shifted =
-        _mm256_permutevar8x32_epi32(v, _mm256_setr_epi32(7, 0, 1, 2, 3, 4, 5, 6));
-    return _mm256_blend_epi32(shifted, first, 0x01);
+// Lane i takes lane i - 1, the lowest takes the highest of `before`.
+VOR_AVX2_INLINE __m256i shift_in(__m256i v, __m256i before) {
+    return _mm256_alignr_epi8(v, _mm256_permute2x128_si256(before, v, 0x21), 12);
 }
 
 // Lane i becomes the sum of the lanes 0 to i.
@@ -114,28 +112,32 @@ struct VectorOneToOne {
     static bool serves(const OneToOne &) { return true; }
 };
 
-// In double precision: floor((n * s + c) / w) is the whole part of (n * s + c + 1/2) / w, which
-// lies at least 1 / 2w off the next whole number. The three roundings of s * (n / w) + (c + 1/2) /
-// w add up to less than that for n * w up to 2^50.
+// In double precision: floor((n * s + c) / w) is the whole number next to
+// n * (s / w) + (c + 1/2) / w - 1/2, which lies at least 1 / 2w off the middle between two. What is
+// rounded on the way adds up to less than that for n * w up to 2^49. Whole numbers become doubles,
+// and doubles whole numbers, by the addition of 2^52, where a double has no bits for fractions.
 struct VectorRescaled {
     VOR_AVX2_INLINE explicit VectorRescaled(const Rescaled &scale) {
         const auto window = static_cast<double>(scale.window());
         const int64_t half = scale.window() > 1 ? scale.window() - scale.window() / 2 : 0;
         slope = _mm256_set1_pd(static_cast<double>(scale.output()) / window);
-        offset = _mm256_set1_pd((static_cast<double>(half) + 0.5) / window);
+        offset = _mm256_set1_pd((static_cast<double>(half) + 0.5) / window - 0.5);
     }
     static bool serves(const Rescaled &scale) {
-        return scale.output() <= (INT64_C(1) << 50) / scale.window();
+        return scale.output() <= (INT64_C(1) << 49) / scale.window();
     }
     VOR_AVX2_INLINE __m256i at(__m256i passed) const {
-        const __m128i low = four(_mm256_castsi256_si128(passed));
-        return _mm256_inserti128_si256(_mm256_castsi128_si256(low),
-                                       four(_mm256_extracti128_si256(passed, 1)), 1);
+        const __m256i exponent = every(0x43300000); // of doubles from 2^52 on
+        const __m256 low = four(_mm256_unpacklo_epi32(passed, exponent));
+        const __m256 high = four(_mm256_unpackhi_epi32(passed, exponent));
+        return _mm256_castps_si256(_mm256_shuffle_ps(low, high, 0x88));
     }
 
 private:
-    VOR_AVX2_INLINE __m128i four(__m128i passed) const {
-        return _mm256_cvttpd_epi32(_mm256_fmadd_pd(_mm256_cvtepi32_pd(passed), slope, offset));
+    VOR_AVX2_INLINE __m256 four(__m256i passed) const {
+        const __m256d whole = _mm256_set1_pd(0x1p52);
+        const __m256d number = _mm256_sub_pd(_mm256_castsi256_pd(passed), whole);
+        return _mm256_castpd_ps(_mm256_add_pd(_mm256_fmadd_pd(number, slope, offset), whole));
     }
 
     __m256d slope, offset;
@@ -363,12 +365,13 @@ public:
 
     // What is worked with in memory.
     struct Room {
-        static constexpr ptrdiff_t begins = most_blocks * block_codes + 1;
+        static constexpr auto begins = static_cast<size_t>(most_blocks * block_codes + 1);
 
         uint32_t turns[16]; // the two colours in turn
         // Where runs begin in the output, and their colours: the one at hand, and those behind it.
         uint32_t begin[begins + spare];
         uint32_t colour[two_colours ? 1 : begins + spare];
+        uint32_t looked_up[two_colours ? 1 : begins]; // of the codes and the one before them
     };
 
     VOR_AVX2_INLINE explicit BulkDecoder(D *decoder, Room *room)
@@ -377,7 +380,7 @@ public:
           window_(static_cast<uint32_t>(decoder->window)), room_(room) {
         const auto hand = decoder->runs.at_hand();
         begin_ = hand.begin;
-        end_ = every(hand.end);
+        ends_ = every(hand.end);
         colour_ = hand.colour;
         if constexpr (two_colours) {
             second_ = hand.colour == palette_.set ? 1 : 0;
@@ -416,7 +419,7 @@ private:
         if constexpr (D::one_to_one)
             return passed_;
         else
-            return last_lane(end_);
+            return last_lane(ends_);
     }
 
     VOR_AVX2_INLINE lfrun *slot() const {
@@ -470,17 +473,25 @@ private:
         const uint32_t first_second = second_;
         begun_ = 0;
         room_->begin[0] = begin_;
-        if constexpr (!two_colours) room_->colour[0] = colour_at_hand();
         const ptrdiff_t most = std::min((end - at) / block_bytes, most_blocks);
+        if constexpr (!two_colours) {
+            room_->colour[0] = colour_;
+            look_up(at, most * block_codes);
+        }
         ptrdiff_t taken = 0;
-        while (taken < most && take_block(at + taken * block_bytes))
+        while (taken < most &&
+               take_block(at + taken * block_bytes,
+                          room_->looked_up + (two_colours ? 0 : taken * block_codes)))
             ++taken;
+        if constexpr (!two_colours && D::one_to_one)
+            colour_ = room_->looked_up[taken * block_codes];
         make_runs(first_second);
         return taken * block_bytes;
     }
 
-    // False, and nothing happens, if the block at `at` is not to be taken.
-    VOR_AVX2_INLINE bool take_block(const uint8_t *at) {
+    // `colours`, which begin with the one before the block, have been looked up. False, and nothing
+    // happens, if the block at `at` is not to be taken.
+    VOR_AVX2_INLINE bool take_block(const uint8_t *at, const uint32_t *colours) {
         const Block<Code> block(at);
         if (block.has_zero()) return false;
         const uint32_t length = block.sum();
@@ -498,7 +509,7 @@ private:
             if constexpr (two_colours)
                 take_two_colours(eight, block.seconds >> i & 0xFF, &passed);
             else
-                take_colours(eight, &passed);
+                take_colours(eight, colours + i, &passed);
         }
         return true;
     }
@@ -513,8 +524,8 @@ private:
             return _mm256_sub_epi32(sums, lengths);
         } else {
             const __m256i ends = scale_.at(sums);
-            const __m256i begins = shift_in(ends, end_);
-            end_ = last_lane_everywhere(ends);
+            const __m256i begins = shift_in(ends, ends_);
+            ends_ = ends;
             *pieces ^= equal_lanes(begins, ends);
             return begins;
         }
@@ -538,11 +549,16 @@ private:
         begun_ += lanes_in(changes);
     }
 
-    VOR_AVX2_INLINE void take_colours(const uint8_t *at, __m256i *passed) {
+    // `before` are the colours of the eight codes that begin one code before these.
+    VOR_AVX2_INLINE void take_colours(const uint8_t *at, const uint32_t *before, __m256i *passed) {
         uint32_t pieces;
         const __m256i begins = begins_of(Block<Code>::eight_lengths(at), passed, &pieces);
-        const __m256i colours = look_up(at);
-        const uint32_t changes = colour_changes(colours, pieces);
+        const __m256i colours = load256(before + 1);
+        uint32_t changes;
+        if constexpr (D::one_to_one)
+            changes = ~equal_lanes(colours, load256(before)) & 0xFF;
+        else
+            changes = changes_of_pieces(colours, pieces);
         const __m256i changed = lanes_of(changes);
         store256(room_->begin + 1 + begun_, _mm256_permutevar8x32_epi32(begins, changed));
         store256(room_->colour + 1 + begun_, _mm256_permutevar8x32_epi32(colours, changed));
@@ -550,34 +566,32 @@ private:
     }
 
     // The pieces that have another colour than the piece before.
-    VOR_AVX2_INLINE uint32_t colour_changes(__m256i colours, uint32_t pieces) {
-        if constexpr (D::one_to_one) {
-            const __m256i before = shift_in(colours, every(colour_));
-            colour_ = last_lane(colours);
-            return ~equal_lanes(colours, before) & 0xFF;
-        } else {
-            const __m256i packed = gather_lanes(colours, pieces);
-            const __m256i before = shift_in(packed, every(colour_));
-            uint32_t lanes[9];
-            lanes[0] = colour_;
-            store256(lanes + 1, packed);
-            colour_ = lanes[lanes_in(pieces)];
-            return _pdep_u32(~equal_lanes(packed, before), pieces);
-        }
+    VOR_AVX2_INLINE uint32_t changes_of_pieces(__m256i colours, uint32_t pieces) {
+        const __m256i packed = gather_lanes(colours, pieces);
+        const __m256i before = shift_in(packed, every(colour_));
+        uint32_t lanes[9];
+        lanes[0] = colour_;
+        store256(lanes + 1, packed);
+        colour_ = lanes[lanes_in(pieces)];
+        return _pdep_u32(~equal_lanes(packed, before), pieces);
     }
 
-    VOR_AVX2_INLINE __m256i look_up(const uint8_t *at) const {
+    // Notes the colours of `count` codes, a multiple of 16, behind the one at hand.
+    VOR_AVX2_INLINE void look_up(const uint8_t *at, ptrdiff_t count) {
+        constexpr ptrdiff_t size = Code::bytes;
+        uint32_t *const to = room_->looked_up;
+        to[0] = colour_;
         if (identity_) {
-            const __m128i codes = _mm_loadu_si128(reinterpret_cast<const __m128i *>(at));
-            return _mm256_cvtepu16_epi32(_mm_srli_epi16(codes, 8));
+            for (ptrdiff_t i = 0; i < count; i += 8) {
+                const void *eight = at + i * size;
+                const __m128i codes = _mm_loadu_si128(static_cast<const __m128i *>(eight));
+                store256(to + 1 + i, _mm256_cvtepu16_epi32(_mm_srli_epi16(codes, 8)));
+            }
+            return;
         }
         // One by one, which is quicker than a gathering load.
-        const uint16_t *table = palette_.table;
-        const auto colour = [table](uint8_t number) { return static_cast<short>(table[number]); };
-        const __m128i colours =
-            _mm_setr_epi16(colour(at[1]), colour(at[3]), colour(at[5]), colour(at[7]),
-                           colour(at[9]), colour(at[11]), colour(at[13]), colour(at[15]));
-        return _mm256_cvtepu16_epi32(colours);
+        for (ptrdiff_t i = 0; i < count; ++i)
+            to[1 + i] = palette_.table[at[i * size + 1]];
     }
 
     // Each run but the last of those begun ends where the next one begins. `first_second`: of two
@@ -601,7 +615,7 @@ private:
     Scale scale_;
     // The run at hand: where it begins in the output and, if that is not what has passed, where it
     // ends; and its colour, of two colours whether it is the second.
-    __m256i end_;
+    __m256i ends_; // in the highest lane
     uint32_t colour_;
     uint32_t begin_;
     uint32_t second_ = 0;
