@@ -23,16 +23,14 @@ struct Road {
     uint32_t minor;
     int32_t output; // pixels a track comes out with
     uint32_t mode;
-    bool shared_colours; // neighbouring numbers have one colour in the table
+    uint16_t shared; // so many neighbouring numbers have one colour in the table
 };
 
 std::vector<uint16_t> table_of(const Road &road) {
     std::vector<uint16_t> table(256);
     std::iota(table.begin(), table.end(), uint16_t{0});
-    if (road.shared_colours) {
-        for (uint16_t &entry : table)
-            entry = static_cast<uint16_t>(entry / 24 * 24);
-    }
+    for (uint16_t &entry : table)
+        entry = static_cast<uint16_t>(entry / road.shared * road.shared);
     return table;
 }
 
@@ -40,7 +38,7 @@ xvor_t *open_road(const Road &road) {
     xvor_t *const h =
         lfopen(native_file(*road.image, road.minor).c_str(), LF_READ | road.mode, 0, nullptr);
     require(h && lfsetsize(h, road.image->tracks, road.output) == 0, "opening");
-    if (road.shared_colours) {
+    if (road.shared > 1) {
         const std::vector<uint16_t> table = table_of(road);
         std::copy(table.begin(), table.end(), h->ctable);
     }
@@ -176,44 +174,45 @@ void add(const Road &road, const std::vector<Peer> &peers) {
 
 const bool added = [] {
     const int32_t wide = halftone.pixels, narrow = noise.pixels;
-    add({"read/fw8/halftone", &halftone, VT_FW8, wide, 0, false},
+    add({"read/fw8/halftone", &halftone, VT_FW8, wide, 0, 1},
         {{"plain_loop", plain, 4, false},
          {"tiff_uncompressed", tiff_plain, 7, false},
          {"tiff_packbits", tiff_packbits, 13, false},
          {"bare_read", bare, 3.0, true}});
-    add({"read/fw16/halftone", &halftone, VT_FW16, wide, 0, false},
+    add({"read/fw16/halftone", &halftone, VT_FW16, wide, 0, 1},
         {{"plain_loop", plain, 4, false},
          {"tiff_uncompressed", tiff_plain, 5, false},
          {"bare_read", bare, 2.5, true}});
-    add({"read/fw8/line_work", &line_work, VT_FW8, wide, 0, false},
-        {{"plain_loop", plain, 0, false}, {"bare_read", bare, 0, true}});
-    add({"read/fw16/line_work", &line_work, VT_FW16, wide, 0, false},
-        {{"plain_loop", plain, 0, false}, {"bare_read", bare, 0, true}});
-    add({"read/fw88/noise", &noise, VT_FW88, narrow, 0, false},
+    add({"read/fw8/line_work", &line_work, VT_FW8, wide, 0, 1},
+        {{"plain_loop", plain, 0, 1}, {"bare_read", bare, 0, true}});
+    add({"read/fw16/line_work", &line_work, VT_FW16, wide, 0, 1},
+        {{"plain_loop", plain, 0, 1}, {"bare_read", bare, 0, true}});
+    add({"read/fw88/noise", &noise, VT_FW88, narrow, 0, 1},
         {{"plain_loop", plain, 1.0, false},
          {"tiff_uncompressed", tiff_plain, 1.4, false},
          {"tiff_packbits", tiff_packbits, 6, false},
          {"bare_read", bare, 5, true}});
-    add({"read/fw88/noise_shared_colours", &noise, VT_FW88, narrow, 0, true},
+    add({"read/fw88/noise_some_shared", &noise, VT_FW88, narrow, 0, 4},
+        {{"plain_loop", plain, 3, false}});
+    add({"read/fw88/noise_most_shared", &noise, VT_FW88, narrow, 0, 24},
         {{"plain_loop", plain, 3, false}});
     for (const int32_t output : {7503, 45001}) {
         for (const uint32_t minor : {VT_FW8, VT_FW16}) {
             const std::string form = minor == VT_FW8 ? "fw8" : "fw16";
             add({"scaled_read/" + form + "/halftone/to_" + std::to_string(output), &halftone, minor,
-                 output, 0, false},
+                 output, 0, 1},
                 {{"plain_loop", plain, 5, false}, {"tiff_unscaled", tiff_plain, 1.3, false}});
         }
     }
     for (const int32_t output : {2501, 15001})
-        add({"scaled_read/fw88/noise/to_" + std::to_string(output), &noise, VT_FW88, output, 0,
-             false},
+        add({"scaled_read/fw88/noise/to_" + std::to_string(output), &noise, VT_FW88, output, 0, 1},
             {{"plain_loop", plain, 3, false}});
     for (const auto &[form, image, minor] : {std::tuple{"fw8", &halftone, VT_FW8},
                                              {"fw16", &halftone, VT_FW16},
                                              {"fw88", &noise, VT_FW88}})
         for (const int32_t output : {image->pixels, image->pixels * 3 / 4})
             add({"reversed_read/" + std::string(form) + "/to_" + std::to_string(output), image,
-                 minor, output, LF_YMIRROR, false},
+                 minor, output, LF_YMIRROR, 1},
                 {{"forward", forward, 1.15, true}});
     return true;
 }();

@@ -111,64 +111,68 @@ public:
         high_ = _mm256_permute4x64_epi64(all, 0xEE);
     }
 
-    // Whether the colours in the upper bytes of the words are all set.
-    VOR_AVX2_INLINE bool hold(__m256i words) const {
-        const __m256i numbers = _mm256_srli_epi16(words, 8);
-        const __m256i places = _mm256_srli_epi16(numbers, 3);
-        const __m256i bytes = _mm256_blendv_epi8(
-            _mm256_shuffle_epi8(low_, places),
-            _mm256_shuffle_epi8(high_, _mm256_and_si256(places, _mm256_set1_epi16(15))),
-            _mm256_srai_epi16(words, 15)); // the top bit picks the upper half
+    // What is not set of the colours.
+    VOR_AVX2_INLINE __m256i missing(__m256i colours) const {
+        const __m256i fifteen = _mm256_set1_epi8(15);
+        const __m256i places = _mm256_and_si256(_mm256_srli_epi16(colours, 3), fifteen);
+        const __m256i bytes = _mm256_blendv_epi8(_mm256_shuffle_epi8(low_, places),
+                                                 _mm256_shuffle_epi8(high_, places),
+                                                 colours); // the top bit picks the upper half
         const __m256i masks = _mm256_shuffle_epi8(
             _mm256_set1_epi64x(static_cast<int64_t>(UINT64_C(0x8040201008040201))),
-            _mm256_and_si256(numbers, _mm256_set1_epi16(7)));
-        const __m256i wanted = _mm256_and_si256(masks, _mm256_set1_epi16(0xFF));
-        const __m256i missing = _mm256_andnot_si256(bytes, wanted);
-        return _mm256_testz_si256(missing, missing) != 0;
+            _mm256_and_si256(colours, _mm256_set1_epi8(7)));
+        return _mm256_andnot_si256(bytes, masks);
     }
 
 private:
     __m256i low_, high_;
 };
 
-// Four runs as codes, each in the low 16 bits of 64; a length above the limit is or-ed to `excess`.
-VOR_AVX2_INLINE __m256i four_codes(const lfrun *runs, __m256i *excess) {
-    const __m256i v = load256(runs);
-    *excess = _mm256_or_si256(*excess, v);
-    const __m256i lengths = _mm256_and_si256(v, _mm256_set1_epi64x(0xFF));
-    const __m256i colours = _mm256_and_si256(_mm256_srli_epi64(v, 24), _mm256_set1_epi64x(0xFF00));
-    return _mm256_or_si256(lengths, colours);
-}
-
-template <>
-VOR_AVX2 size_t encode_avx2<Fw88>(xvor_t *h, const lfrun *runs, size_t count, uint32_t colour,
-                                  uint8_t *to) {
-    constexpr size_t group = 16;
-    if (count < group || !is_identity(h->ctable)) return 0;
-    const NotedColours noted(h);
-    const __m256i zero = _mm256_setzero_si256();
-    size_t done = 0;
-    for (; count - done >= group; done += group) {
-        const lfrun *from = runs + done;
-        __m256i excess = zero;
-        const __m256i a = four_codes(from, &excess);
-        const __m256i b = four_codes(from + 4, &excess);
-        const __m256i c = four_codes(from + 8, &excess);
-        const __m256i d = four_codes(from + 12, &excess);
-        const __m256i codes = pack_sixteen(a, b, c, d);
-        excess = _mm256_and_si256(excess, _mm256_set1_epi64x(0xFFFFFF00));
+// Sixteen runs as codes, where they fit; `bits` has all their bits.
+struct SixteenPairs {
+    VOR_AVX2_INLINE explicit SixteenPairs(const lfrun *runs) {
+        const __m256i a = load256(runs), b = load256(runs + 4);
+        const __m256i c = load256(runs + 8), d = load256(runs + 12);
+        bits = _mm256_or_si256(_mm256_or_si256(a, b), _mm256_or_si256(c, d));
+        const __m256i mixed =
+            _mm256_packus_epi16(_mm256_packus_epi32(a, b), _mm256_packus_epi32(c, d));
+        codes = _mm256_permutevar8x32_epi32(mixed, _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7));
+    }
+    // What must not be: codes without a length, and of the colour of the code before them; before
+    // the first there is one of `colour`.
+    VOR_AVX2_INLINE __m256i faults(uint32_t colour) const {
+        const __m256i zero = _mm256_setzero_si256();
         const __m256i no_length = _mm256_cmpeq_epi16(_mm256_slli_epi16(codes, 8), zero);
-        const __m256i bad = _mm256_or_si256(excess, no_length);
-        if (!_mm256_testz_si256(bad, bad) || !noted.hold(codes)) break;
-        // Each colour against the one before: the codes one place on, the colour before in front.
         const __m256i carried = _mm256_permute2x128_si256(codes, codes, 0x08);
         __m256i before = _mm256_alignr_epi8(codes, carried, 14);
         before = _mm256_insert_epi16(before, static_cast<short>(colour << 8), 0);
         const __m256i change = _mm256_srli_epi16(_mm256_xor_si256(codes, before), 8);
-        const __m256i same = _mm256_cmpeq_epi16(change, zero);
-        if (!_mm256_testz_si256(same, same)) break;
-        store256(to + done * Fw88::bytes, codes);
-        colour = from[group - 1].colour & 0xFF;
+        return _mm256_or_si256(no_length, _mm256_cmpeq_epi16(change, zero));
+    }
+    VOR_AVX2_INLINE __m256i colours() const { return _mm256_srli_epi16(codes, 8); }
+
+    __m256i codes, bits;
+};
+
+template <>
+VOR_AVX2 size_t encode_avx2<Fw88>(xvor_t *h, const lfrun *runs, size_t count, uint32_t colour,
+                                  uint8_t *to) {
+    constexpr size_t group = 32;
+    if (count < group || !is_identity(h->ctable)) return 0;
+    const NotedColours noted(h);
+    size_t done = 0;
+    for (; count - done >= group; done += group) {
+        const lfrun *const from = runs + done;
+        const SixteenPairs low(from), high(from + 16);
+        const __m256i bits = _mm256_or_si256(low.bits, high.bits);
+        const __m256i faults =
+            _mm256_or_si256(low.faults(colour), high.faults(from[15].colour & 0xFF));
+        const __m256i missing = noted.missing(_mm256_packus_epi16(low.colours(), high.colours()));
+        const __m256i bad = _mm256_or_si256(faults, missing);
+        if (!_mm256_testz_si256(bits, every(0xFFFFFF00)) || !_mm256_testz_si256(bad, bad)) break;
+        store256(to + done * Fw88::bytes, low.codes);
+        store256(to + (done + 16) * Fw88::bytes, high.codes);
+        colour = from[group - 1].colour;
     }
     return done;
 }
