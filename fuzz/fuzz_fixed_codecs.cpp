@@ -23,7 +23,9 @@ test::Setting draw_setting(Choices *draw) {
     s.room = 1 + draw->word() % 3000;
     s.hook = draw->coin();
     s.hook_result = draw->coin() ? 0 : -1;
-    s.one_colour = draw->coin();
+    s.colours = draw->coin()   ? test::Colours::own
+                : draw->coin() ? test::Colours::same_at_ends
+                               : test::Colours::of_pairs;
     return s;
 }
 

@@ -15,6 +15,10 @@
 namespace vor::test {
 
 // All that decides how a track is read.
+// The colour table: pairs of numbers share a colour; entries 0 and 255 do besides; each number is
+// its own colour.
+enum class Colours { of_pairs, same_at_ends, own };
+
 struct Setting {
     std::vector<uint8_t> data;
     uint32_t flags = 0;
@@ -26,7 +30,7 @@ struct Setting {
     uint32_t room = 64;
     bool hook = false;
     int32_t hook_result = 0;
-    bool one_colour = false; // entries 0 and 255 of the colour table are the same
+    Colours colours = Colours::of_pairs;
 };
 
 struct Outcome {
@@ -59,9 +63,8 @@ public:
         hook_answer = s.hook_result;
         if (s.hook) get()->shorttrack = hear_missing;
         for (int i = 0; i < LF_NCOLORS; ++i)
-            get()->ctable[i] =
-                static_cast<uint16_t>(i / 2 + 100); // pairs of numbers share a colour
-        if (s.one_colour) get()->ctable[255] = get()->ctable[0];
+            get()->ctable[i] = static_cast<uint16_t>(s.colours == Colours::own ? i : i / 2 + 100);
+        if (s.colours == Colours::same_at_ends) get()->ctable[255] = get()->ctable[0];
     }
 };
 
@@ -127,8 +130,8 @@ inline std::ostream &operator<<(std::ostream &out, const Setting &s) {
     return out << " of " << s.data.size() << ", flags " << s.flags << ", fysize " << s.fysize
                << ", window " << s.ya << " to " << s.ye << " as " << s.ysize << ", buffer "
                << s.bufsize << "/" << s.chunk << ", fills " << s.fills_allowed << ", room "
-               << s.room << ", hook " << s.hook << " " << s.hook_result << ", one colour "
-               << s.one_colour;
+               << s.room << ", hook " << s.hook << " " << s.hook_result << ", colours "
+               << static_cast<int>(s.colours);
 }
 
 } // namespace vor::test

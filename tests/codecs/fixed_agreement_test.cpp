@@ -97,7 +97,8 @@ public:
         s.flags = flag_sets[below(4)];
         Codes codes;
         if ((s.flags & LF_TRKBEGIN) != 0) codes.push_back({0, below(2)});
-        const uint32_t count = 1 + below(below(4) == 0 ? 300 : 12);
+        constexpr uint32_t most[] = {12, 12, 12, 12, 12, 12, 300, 1500};
+        const uint32_t count = 1 + below(most[below(8)]);
         const uint32_t longest = below(3) == 0 ? longest_code(form_) : 9;
         repeats_ = below(4);
         for (uint32_t i = 0; i < count; ++i) {
@@ -109,9 +110,11 @@ public:
             codes.push_back({1 + below(9), colour()}); // of the next track
         s.data = coded(form_, codes);
         choose_window(&s);
-        s.bufsize = static_cast<uint32_t>(code_bytes(form_)) * (1 + below(below(2) == 0 ? 6 : 400));
+        s.bufsize =
+            static_cast<uint32_t>(code_bytes(form_)) * (1 + below(below(2) == 0 ? 6 : 2000));
         s.room = count + 1;
-        s.one_colour = below(4) == 0;
+        constexpr Colours colours[] = {Colours::of_pairs, Colours::same_at_ends, Colours::own};
+        s.colours = colours[below(3)];
         return s;
     }
 
