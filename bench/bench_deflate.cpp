@@ -17,22 +17,31 @@
 namespace vor::bench {
 namespace {
 
-// The first tracks of the halftone: at level 9 a whole one takes seconds.
-const TrackImage image = {"halftone_part", 60000, tracks_to_make(400), true,
-                          [](int32_t number) { return halftone.track(number); }};
+// The first tracks of the images: at level 9 whole ones take seconds.
+const TrackImage halftone_part = {"halftone_part", 60000, tracks_to_make(400), true,
+                                  [](int32_t number) { return halftone.track(number); }};
+const TrackImage line_work_part = {"line_work_part", 60000, tracks_to_make(400), true,
+                                   [](int32_t number) { return line_work.track(number); }};
 
-const std::string &deflated_file() {
-    return native_file(image, VT_FW16 | VT_DEFLATED);
+struct Road {
+    std::string name;
+    const TrackImage *picture;
+    uint32_t minor;
+};
+
+const std::string &deflated_file(const Road &road) {
+    return native_file(*road.picture, road.minor | VT_DEFLATED);
 }
 
-void count_tracks(benchmark::State &state) {
-    state.SetItemsProcessed(state.iterations() * image.tracks);
+void count_tracks(benchmark::State &state, const Road &road) {
+    state.SetItemsProcessed(state.iterations() * road.picture->tracks);
 }
 
 // ---- reading ----
 
-void read_ours(benchmark::State &state) {
-    const std::string &name = deflated_file();
+void read_ours(benchmark::State &state, const Road &road) {
+    const TrackImage &image = *road.picture;
+    const std::string &name = deflated_file(road);
     TrackRoom room(static_cast<size_t>(image.pixels) + 16);
     for (auto _ : state) {
         xvor_t *const h = lfopen(name.c_str(), LF_READ, 0, nullptr);
@@ -41,10 +50,11 @@ void read_ours(benchmark::State &state) {
             require(lfread(h, room.get(), i) > 0, "lfread");
         require(lfclose(h) == 0, "lfclose");
     }
-    count_tracks(state);
+    count_tracks(state, road);
 }
 
-void read_png(benchmark::State &state) {
+void read_png(benchmark::State &state, const Road &road) {
+    const TrackImage &image = *road.picture;
     const std::string &name = png_file(image);
     std::vector<uint8_t> row(static_cast<size_t>(image.pixels) / 8 + 16);
     std::vector<lfrun> runs(static_cast<size_t>(image.pixels) + 64);
@@ -62,11 +72,11 @@ void read_png(benchmark::State &state) {
         png_destroy_read_struct(&png, &info, nullptr);
         std::fclose(file);
     }
-    count_tracks(state);
+    count_tracks(state, road);
 }
 
-int64_t first_stream() {
-    xvor_t *const h = lfopen(deflated_file().c_str(), LF_READ, 0, nullptr);
+int64_t first_stream(const Road &road) {
+    xvor_t *const h = lfopen(deflated_file(road).c_str(), LF_READ, 0, nullptr);
     require(h && lfcheck(h) == 0 && h->seektab, "lfcheck");
     const int64_t offset = h->seektab[0];
     lfclose(h);
@@ -74,11 +84,12 @@ int64_t first_stream() {
 }
 
 // One stream a track, behind each other; what zlib gives is not looked at.
-void read_bare(benchmark::State &state) {
-    const int64_t offset = first_stream();
+void read_bare(benchmark::State &state, const Road &road) {
+    const TrackImage &image = *road.picture;
+    const int64_t offset = first_stream(road);
     std::vector<uint8_t> out(size_t{1} << 18);
     for (auto _ : state) {
-        ByteBlocks in(deflated_file(), offset);
+        ByteBlocks in(deflated_file(road), offset);
         z_stream stream = {};
         require(inflateInit(&stream) == Z_OK, "inflateInit");
         for (int32_t i = 0; i < image.tracks; ++i) {
@@ -96,12 +107,13 @@ void read_bare(benchmark::State &state) {
         }
         inflateEnd(&stream);
     }
-    count_tracks(state);
+    count_tracks(state, road);
 }
 
 // ---- writing ----
 
-void write_ours(benchmark::State &state) {
+void write_ours(benchmark::State &state, const Road &road) {
+    const TrackImage &image = *road.picture;
     const std::string name = scratch_name("written.vor");
     std::vector<Runs> tracks(static_cast<size_t>(image.tracks));
     for (size_t i = 0; i < tracks.size(); ++i)
@@ -109,7 +121,9 @@ void write_ours(benchmark::State &state) {
     TrackRoom room(static_cast<size_t>(image.pixels));
     for (auto _ : state) {
         ::unlink(name.c_str());
-        xvor_t *const h = lfopen(name.c_str(), LF_WRITE, lffdev(0, VT_FW16 | VT_DEFLATED), nullptr);
+        xvor_t *const h =
+            lfopen(name.c_str(), LF_WRITE,
+                   lffdev(0, static_cast<int32_t>(road.minor | VT_DEFLATED)), nullptr);
         require(h && lfsetsize(h, image.tracks, image.pixels) == 0 && lfscale(h, 100, 100) == 0,
                 "lfopen");
         for (int32_t i = 0; i < image.tracks; ++i) {
@@ -118,10 +132,11 @@ void write_ours(benchmark::State &state) {
         }
         require(lfclose(h) == 0, "lfclose");
     }
-    count_tracks(state);
+    count_tracks(state, road);
 }
 
-void write_png(benchmark::State &state) {
+void write_png(benchmark::State &state, const Road &road) {
+    const TrackImage &image = *road.picture;
     std::vector<std::string> rows(static_cast<size_t>(image.tracks));
     for (size_t i = 0; i < rows.size(); ++i)
         rows[i] = packed_row(image.track(static_cast<int32_t>(i)), image);
@@ -130,12 +145,13 @@ void write_png(benchmark::State &state) {
         ::unlink(name.c_str());
         write_png_rows(name, image, [&](int32_t i) { return rows[static_cast<size_t>(i)]; });
     }
-    count_tracks(state);
+    count_tracks(state, road);
 }
 
 // The coded tracks, as the plain file of the same form holds them.
-std::vector<std::string> coded_tracks() {
-    const std::string &name = native_file(image, VT_FW16);
+std::vector<std::string> coded_tracks(const Road &road) {
+    const TrackImage &image = *road.picture;
+    const std::string &name = native_file(image, road.minor);
     xvor_t *const h = lfopen(name.c_str(), LF_READ, 0, nullptr);
     require(h && lfcheck(h) == 0 && h->seektab, "lfcheck");
     std::vector<std::string> tracks;
@@ -154,8 +170,8 @@ std::vector<std::string> coded_tracks() {
     return tracks;
 }
 
-void write_bare(benchmark::State &state) {
-    const std::vector<std::string> tracks = coded_tracks();
+void write_bare(benchmark::State &state, const Road &road) {
+    const std::vector<std::string> tracks = coded_tracks(road);
     std::vector<uint8_t> out(size_t{1} << 18);
     const std::string name = scratch_name("written.z");
     for (auto _ : state) {
@@ -176,20 +192,28 @@ void write_bare(benchmark::State &state) {
         deflateEnd(&stream);
         ::close(fd);
     }
-    count_tracks(state);
+    count_tracks(state, road);
+}
+
+void add(const Road &road) {
+    const std::pair<const char *, void (*)(benchmark::State &, const Road &)> engines[] = {
+        {"read/ours", read_ours},   {"read/libpng", read_png},   {"read/bare_zlib", read_bare},
+        {"write/ours", write_ours}, {"write/libpng", write_png}, {"write/bare_zlib", write_bare}};
+    for (const auto &[engine, run] : engines) {
+        const auto measure = [road, call = run](benchmark::State &state) { call(state, road); };
+        benchmark::RegisterBenchmark((road.name + "/" + engine).c_str(), measure)
+            ->Unit(benchmark::kMillisecond);
+    }
+    want_times_as_fast(road.name + "/read", "libpng", 1.9);
+    want_times_the_time(road.name + "/read", "bare_zlib", 1.15);
+    want_times_as_fast(road.name + "/write", "libpng", 2);
+    want_times_the_time(road.name + "/write", "bare_zlib", 1.1);
 }
 
 const bool added = [] {
-    const std::pair<const char *, void (*)(benchmark::State &)> engines[] = {
-        {"deflated/read/ours", read_ours},      {"deflated/read/libpng", read_png},
-        {"deflated/read/bare_zlib", read_bare}, {"deflated/write/ours", write_ours},
-        {"deflated/write/libpng", write_png},   {"deflated/write/bare_zlib", write_bare}};
-    for (const auto &[name, engine] : engines)
-        benchmark::RegisterBenchmark(name, engine)->Unit(benchmark::kMillisecond);
-    want_times_as_fast("deflated/read", "libpng", 1.9);
-    want_times_the_time("deflated/read", "bare_zlib", 1.15);
-    want_times_as_fast("deflated/write", "libpng", 2);
-    want_times_the_time("deflated/write", "bare_zlib", 1.1);
+    add({"deflated/fw8/halftone", &halftone_part, VT_FW8});
+    add({"deflated/fw16/halftone", &halftone_part, VT_FW16});
+    add({"deflated/fw8/line_work", &line_work_part, VT_FW8});
     return true;
 }();
 
