@@ -34,7 +34,8 @@ struct VectorOneToOne {
 // In double precision: floor((n * s + c) / w) is the whole number next to
 // n * (s / w) + (c + 1/2) / w - 1/2, which lies at least 1 / 2w off the middle between two. What is
 // rounded on the way adds up to less than that for n * w up to 2^49. Whole numbers become doubles,
-// and doubles whole numbers, by the addition of 2^52, where a double has no bits for fractions.
+// and doubles whole numbers, by the addition of 2^52, where a double has no bits for fractions; that
+// takes a processor that rounds to the nearest, as programs seldom change.
 struct VectorRescaled {
     VOR_AVX2_INLINE explicit VectorRescaled(const Rescaled &scale) {
         const auto window = static_cast<double>(scale.window());
@@ -43,7 +44,8 @@ struct VectorRescaled {
         offset = _mm256_set1_pd((static_cast<double>(half) + 0.5) / window - 0.5);
     }
     static bool serves(const Rescaled &scale) {
-        return scale.output() <= (INT64_C(1) << 49) / scale.window();
+        return scale.output() <= (INT64_C(1) << 49) / scale.window() &&
+               _MM_GET_ROUNDING_MODE() == _MM_ROUND_NEAREST;
     }
     VOR_AVX2_INLINE __m256i at(__m256i passed) const {
         const __m256i exponent = every(0x43300000); // of doubles from 2^52 on

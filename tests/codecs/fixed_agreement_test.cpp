@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cfenv>
 #include <random>
 #include <vector>
 
@@ -195,6 +196,20 @@ TEST_P(FixedAgreement, OnRandomBadTracks) {
         const Setting s = tracks.bad();
         ASSERT_NO_FATAL_FAILURE(expect_same_reading(s));
         ASSERT_NO_FATAL_FAILURE(expect_same_skip(s, 0));
+    }
+}
+
+// A program may have told the processor to round otherwise.
+TEST_P(FixedAgreement, WhateverTheRoundingMode) {
+    RandomTracks tracks(form, 34);
+    for (const int mode : {FE_DOWNWARD, FE_UPWARD, FE_TOWARDZERO}) {
+        for (int i = 0; i < 500; ++i) {
+            const Setting s = tracks.good();
+            ASSERT_EQ(std::fesetround(mode), 0);
+            expect_same_reading(s);
+            std::fesetround(FE_TONEAREST);
+            if (HasFatalFailure()) return;
+        }
     }
 }
 
