@@ -12,11 +12,22 @@ extern "C" void note_signal(int number) {
     std::signal(number, SIG_DFL);
 }
 
+// A handler and not SIG_IGN, which programs that are started would inherit.
+extern "C" void survive_signal(int number) {
+    std::signal(number, survive_signal);
+}
+
 } // namespace
 
 void catch_signals() {
     std::signal(SIGINT, note_signal);
     std::signal(SIGTERM, note_signal);
+#ifdef SIGPIPE
+    std::signal(SIGPIPE, survive_signal);
+#endif
+#ifdef SIGXFSZ
+    std::signal(SIGXFSZ, survive_signal);
+#endif
 }
 
 bool interrupted() {

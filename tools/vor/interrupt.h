@@ -1,5 +1,6 @@
 // SIGINT and SIGTERM end a job between two tracks, so that half-made files are removed on the way
-// out. A second signal ends the process at once.
+// out. A second signal ends the process at once. A pipe that nobody reads and a limit on the size
+// of files end nothing by a signal: who writes is told by the write.
 #ifndef VOR_TOOL_INTERRUPT_H
 #define VOR_TOOL_INTERRUPT_H
 

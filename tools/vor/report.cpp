@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <iostream>
 #include <optional>
 #include <string_view>
 
@@ -135,12 +136,20 @@ std::string system_error_text() {
     return text ? text : format("system error %d", code);
 }
 
+void check_output() {
+    if (!std::cout) throw OutputLost();
+}
+
 void print_line(const std::string &text) {
-    std::fprintf(stderr, "vor: %s\n", text.c_str());
+    std::cerr << "vor: " + text + "\n";
 }
 
 void complain(const std::string &file, const std::string &text) {
     print_line(file.empty() ? text : file + ": " + text);
+}
+
+void warn(const std::string &file, const std::string &text) {
+    if (!no_warnings) complain(file, "warning: " + text);
 }
 
 void start_reports(bool quiet) {

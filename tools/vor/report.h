@@ -29,6 +29,14 @@ struct WrongUsage : std::runtime_error {
 // A failure that has been printed already.
 struct Told {};
 
+// Thrown by check_output; main prints it.
+struct OutputLost {};
+
+// Ends the job if what went to the standard output is lost: a full disk, a reader that has gone.
+// For loops that print, at least once a track; it does not flush, so the loss of what a buffer
+// still holds shows later.
+void check_output();
+
 // printf into a string.
 std::string format(const char *form, ...) VOR_PRINTF(1, 2);
 
@@ -37,6 +45,8 @@ std::string system_error_text();
 
 void print_line(const std::string &text);
 void complain(const std::string &file, const std::string &text);
+// Unless start_reports was told to be quiet.
+void warn(const std::string &file, const std::string &text);
 
 // From here on the library's reports are printed, as one line each; of several failures on the way
 // out of a job, the first, which is the cause. Warnings are left out under `quiet`.

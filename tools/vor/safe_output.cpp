@@ -52,6 +52,14 @@ SafeOutput::~SafeOutput() {
     if (!committed_) kel_unlink(temporary_.c_str());
 }
 
+void SafeOutput::write(std::span<const uint8_t> bytes) {
+    while (!bytes.empty()) {
+        const int64_t written = kel_write(fd_, bytes.data(), bytes.size());
+        if (written <= 0) throw Failure(shown_, system_error_text());
+        bytes = bytes.subspan(static_cast<size_t>(written));
+    }
+}
+
 int32_t SafeOutput::take() {
     const int32_t fd = fd_;
     fd_ = -1;
@@ -59,6 +67,7 @@ int32_t SafeOutput::take() {
 }
 
 void SafeOutput::commit() {
+    if (fd_ >= 0 && kel_close(take()) != 0) throw Failure(shown_, system_error_text());
     kel_stat_t status;
     if (kel_stat(target_.c_str(), &status) == 0) {
         kel_chmod(temporary_.c_str(), static_cast<int32_t>(status.mode & permission_bits));

@@ -4,6 +4,7 @@
 #define VOR_TOOL_SAFE_OUTPUT_H
 
 #include <cstdint>
+#include <span>
 #include <string>
 
 namespace vor::tool {
@@ -17,13 +18,16 @@ public:
     SafeOutput(const SafeOutput &) = delete;
     SafeOutput &operator=(const SafeOutput &) = delete;
 
+    // Appends to the file, or throws a Failure.
+    void write(std::span<const uint8_t> bytes);
+
     // The descriptor, open for writing, which the caller closes from now on.
     int32_t take();
 
     // The name that the file has until then, for what opens files itself.
     const std::string &temporary() const { return temporary_; }
 
-    // Gives the file its name, or throws a Failure. The descriptor has been closed.
+    // Gives the file its name, or throws a Failure. A descriptor that was taken has been closed.
     void commit();
 
 private:
