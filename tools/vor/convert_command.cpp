@@ -1,10 +1,8 @@
 // vor convert: any image that can be read to any format that can be written. The codes of the
 // pixels stay as they are; colour tables and parameters of a native file go along to a native one.
 
-#include <cmath>
 #include <map>
 #include <memory>
-#include <optional>
 #include <string>
 
 #include "carry_over.h"
@@ -20,6 +18,7 @@
 #include "safe_output.h"
 #include "tif/vor_tif.h"
 #include "track_source.h"
+#include "view_options.h"
 #include "vor/vor.h"
 
 namespace vor::tool {
@@ -36,10 +35,7 @@ struct Options {
     std::string type;
     std::string coding;
     bool deflate = false;
-    std::string resolution;
-    std::string size;
-    std::string clip;
-    std::string mirror;
+    ViewOptions view;
     std::string curve;
     int32_t threshold = 0; // 0 for none
     bool swap_bytes = false;
@@ -50,40 +46,6 @@ struct Options {
 
 const std::map<std::string, uint32_t> codings = {
     {"fw8", VT_FW8}, {"fw16", VT_FW16}, {"fw88", VT_FW88}};
-
-uint32_t mirror_flags(const std::string &axes) {
-    uint32_t flags = 0;
-    if (axes.starts_with('x')) flags |= LF_XMIRROR;
-    if (axes.ends_with('y')) flags |= LF_YMIRROR;
-    return flags;
-}
-
-// ---- geometry
-
-int32_t to_pixels(const Options &options, double pixels) {
-    const double rounded = std::round(pixels);
-    if (!(rounded <= INT32_MAX)) throw Failure(options.output, "the size is too large");
-    return static_cast<int32_t>(rounded);
-}
-
-// Sets the output size and gives the resolution that goes with it. A size in millimetres is one at
-// the resolution asked for, or the image's; a size in pixels alone keeps the millimetres.
-Resolution set_geometry(const Options &options, xvor_t *h, const AboutFile &about) {
-    const std::optional<Resolution> asked = parse_resolution(options.resolution);
-    if (asked && lfscale(h, asked->x, asked->y) < 0) about.give_up("cannot be scaled");
-    const std::optional<Size> size = parse_size(options.size);
-    if (!size) return {h->xres, h->yres};
-    if (!(h->fxres > 0) || !(h->fyres > 0)) {
-        throw Failure(options.input, "has no resolution; give one with --resolution");
-    }
-    const Resolution wanted = asked.value_or(Resolution{h->fxres, h->fyres});
-    const bool mm = size->millimetres;
-    const int32_t x = to_pixels(options, mm ? size->x * wanted.x : size->x);
-    const int32_t y = to_pixels(options, mm ? size->y * wanted.y : size->y);
-    if (x > 0 && y > 0 && lfsetsize(h, x, y) < 0) about.give_up("cannot be scaled");
-    if (x < 1 || y < 1) h->xsize = h->ysize = 0;
-    return asked || mm ? wanted : Resolution{h->xres, h->yres};
-}
 
 // Are the output tracks those of the file, one for one and in order?
 bool keeps_tracks(const xvor_t *h) {
@@ -191,8 +153,7 @@ Handle open_target(const Options &options, SafeOutput *file, const Target &targe
 void set_up_target(const Options &options, const xvor_t *in, xvor_t *out,
                    const Resolution &resolution, const AboutFile &about) {
     if (lfsetsize(out, in->xsize, in->ysize) < 0) about.give_up("cannot be written");
-    const bool known = std::isfinite(resolution.x) && std::isfinite(resolution.y) &&
-                       resolution.x > 0 && resolution.y > 0;
+    const bool known = is_known(resolution);
     if (known && lfscale(out, resolution.x, resolution.y) < 0) about.give_up("cannot be written");
     if (!known && !options.quiet) {
         complain(options.input,
@@ -222,23 +183,13 @@ void copy_tracks(const Options &options, xvor_t *in, xvor_t *out, const AboutFil
     }
 }
 
-Resolution set_up_source(const Options &options, xvor_t *in, const AboutFile &about) {
-    if (!options.clip.empty()) clip_source(in, parse_window(options.clip), about);
-    const Resolution resolution = set_geometry(options, in, about);
-    if (in->xsize < 1 || in->ysize < 1) {
-        throw Failure(options.input, "nothing is left of the image at this size");
-    }
-    // Without a jump no seek table is needed, and a file without one is not walked for it.
-    if (in->xsize == in->xe - in->xa && !has(in, LF_XMIRROR)) in->flags |= LF_SEQUENTIAL;
-    return resolution;
-}
-
 int run(const Options &options) {
     start_reports(options.quiet);
     const Levels levels = make_levels(options.curve, options.threshold);
     const AboutFile about_input(options.input);
-    const Handle in = open_source(options.input, mirror_flags(options.mirror));
-    const Resolution resolution = set_up_source(options, in.get(), about_input);
+    const Handle in = open_source(options.input, mirror_flags(options.view.mirror));
+    const Resolution resolution = set_view(options.view, in.get(), about_input);
+    read_in_order(in.get());
     const Target target = choose_target(options, in.get(), levels);
     refuse_what_cannot_go_along(options, in.get(), target);
     check_source(in.get(), about_input);
@@ -255,32 +206,6 @@ int run(const Options &options) {
     if (lfclose(out.release()) < 0) about_output.give_up("cannot be written");
     file.commit();
     return good;
-}
-
-template <class Parse>
-auto parses_as(const char *what, Parse parse) {
-    return [=](const std::string &text) -> std::string {
-        return parse(text) ? "" : std::string("not a ") + what + ": " + text;
-    };
-}
-
-void add_geometry_options(CLI::App *command, Options *options) {
-    command
-        ->add_option("--resolution", options->resolution,
-                     "X[xY] in pixels per mm, or with dpi, /cm or /mm behind it")
-        ->check(parses_as("resolution", parse_resolution));
-    command->add_option("--size", options->size, "Tracks x pixels per track, or with mm behind it")
-        ->check(parses_as("size", parse_size));
-    command
-        ->add_option(
-            "--clip", options->clip,
-            "Window XA:YA:XE:YE of IN (mirrored, if --mirror is given) in pixels, or with mm "
-            "behind it; ends are exclusive, one left out is the image's")
-        ->check(parses_as("window", parse_window));
-    command
-        ->add_option("--mirror", options->mirror,
-                     "x: tracks in reverse order, y: pixels in reverse order, xy: both")
-        ->check(CLI::IsMember({"x", "y", "xy"}));
 }
 
 } // namespace
@@ -314,7 +239,7 @@ void add_convert(CLI::App *app, Job *job) {
         ->add_option("--threshold", options->threshold,
                      "Make two levels of gray: codes from N (1 to 255) on become 255, others 0")
         ->check(CLI::Range(1, 255));
-    add_geometry_options(command, options.get());
+    add_view_options(command, &options->view);
     command->add_flag("--swap-bytes", options->swap_bytes,
                       "Write the byte order that is not this machine's");
     command->add_flag("--stops", options->stops, "Take over the stop table");

@@ -50,10 +50,7 @@ std::vector<Stop> stops_of(const xvor_t *h) {
     std::vector<Stop> stops;
     const uint32_t *table = lfstoptable(h);
     for (uint32_t i = 0; i < lfstoptablesize(h); ++i) {
-        const char *kind = (table[i] & LF_STOP_SINGLE) != 0 ? "single"
-                           : (table[i] & LF_STOP_LAST) != 0 ? "last"
-                                                            : "first";
-        stops.push_back({static_cast<int32_t>(table[i] & LF_STOP_TRACK), kind});
+        stops.push_back({static_cast<int32_t>(table[i] & LF_STOP_TRACK), stop_kind(table[i])});
     }
     return stops;
 }
@@ -62,17 +59,6 @@ template <class Value>
 void add_parameter(xvor_t *h, const char *name, int32_t request, std::vector<Parameter> *to) {
     Value value{};
     if (lfspecial(h, request, &value) == 0) to->push_back({name, static_cast<double>(value)});
-}
-
-std::vector<Parameter> parameters_of(xvor_t *h) {
-    std::vector<Parameter> parameters;
-    add_parameter<double>(h, "a", LFS_GET_PARAM_A, &parameters);
-    add_parameter<double>(h, "b", LFS_GET_PARAM_B, &parameters);
-    add_parameter<double>(h, "c", LFS_GET_PARAM_C, &parameters);
-    add_parameter<uint32_t>(h, "d", LFS_GET_PARAM_D, &parameters);
-    add_parameter<int32_t>(h, "e", LFS_GET_PARAM_E, &parameters);
-    add_parameter<double>(h, "f", LFS_GET_PARAM_F, &parameters);
-    return parameters;
 }
 
 std::string checksum_state(const xvor_t *h, const vorhdr &header) {
@@ -113,6 +99,22 @@ int64_t plain_size(const FileFacts &facts) {
 }
 
 } // namespace
+
+std::vector<Parameter> parameters_of(xvor_t *h) {
+    std::vector<Parameter> parameters;
+    add_parameter<double>(h, "a", LFS_GET_PARAM_A, &parameters);
+    add_parameter<double>(h, "b", LFS_GET_PARAM_B, &parameters);
+    add_parameter<double>(h, "c", LFS_GET_PARAM_C, &parameters);
+    add_parameter<uint32_t>(h, "d", LFS_GET_PARAM_D, &parameters);
+    add_parameter<int32_t>(h, "e", LFS_GET_PARAM_E, &parameters);
+    add_parameter<double>(h, "f", LFS_GET_PARAM_F, &parameters);
+    return parameters;
+}
+
+const char *stop_kind(uint32_t entry) {
+    if ((entry & LF_STOP_SINGLE) != 0) return "single";
+    return (entry & LF_STOP_LAST) != 0 ? "last" : "first";
+}
 
 FileFacts gather_facts(const std::string &name) {
     const AboutFile about(name);

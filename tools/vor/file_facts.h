@@ -65,6 +65,12 @@ struct FileFacts {
 // Reports, and throws Told, if the file cannot be read.
 FileFacts gather_facts(const std::string &name);
 
+// Those that are set, of a native handle that has passed lfcheck.
+std::vector<Parameter> parameters_of(xvor_t *h);
+
+// The kind of a stop table entry, as in Stop.
+const char *stop_kind(uint32_t entry);
+
 } // namespace vor::tool
 
 #endif

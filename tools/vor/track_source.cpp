@@ -48,10 +48,10 @@ void clip_source(xvor_t *h, const std::optional<Window> &window, const AboutFile
     if (result < 0) about.give_up("the window does not fit");
 }
 
-void check_source(xvor_t *h, const AboutFile &about) {
+void check_source(xvor_t *h, const AboutFile &about, Shown shown) {
     if (lfcheck(h) < 0) about.give_up("cannot be read");
     if (h->xsize < 1 || h->ysize < 1) throw Failure(h->name, "the image has no pixels");
-    set_identity(h);
+    if (shown == Shown::codes) set_identity(h);
 }
 
 int64_t size_of_file(const std::string &name) {

@@ -50,9 +50,12 @@ Handle open_source(const std::string &name, uint32_t mode);
 // Restricts a handle to a window. Throws Told.
 void clip_source(xvor_t *h, const std::optional<Window> &window, const AboutFile &about);
 
-// Ends the set-up: tracks may be read, as the codes that stand in the file. Throws Told, or a
-// Failure for an image without pixels.
-void check_source(xvor_t *h, const AboutFile &about);
+// What stands in the tracks that are read: the codes of the file, or the colours of the file's
+// table in force.
+enum class Shown { codes, colours };
+
+// Ends the set-up: tracks may be read. Throws Told, or a Failure for an image without pixels.
+void check_source(xvor_t *h, const AboutFile &about, Shown shown = Shown::codes);
 
 // The bytes of a file; -1 if it cannot be told.
 int64_t size_of_file(const std::string &name);
