@@ -42,4 +42,15 @@ if(VOR_BUILD_TOOLS)
   get_property(modules GLOBAL PROPERTY VOR_MODULES)
   set_target_properties(${modules} PROPERTIES INSTALL_RPATH "$ORIGIN/${plugins_to_lib}")
   install(TARGETS ${modules} LIBRARY DESTINATION ${VOR_PLUGINS_DIR})
+
+  if(TARGET vor_manual)
+    set(manual ${PROJECT_BINARY_DIR}/manual)
+    set(completions ${manual}/completions)
+    install(DIRECTORY ${manual}/man1 DESTINATION ${CMAKE_INSTALL_MANDIR})
+    install(FILES ${completions}/bash/vor
+      DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
+    install(FILES ${completions}/zsh/_vor DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/site-functions)
+    install(FILES ${completions}/fish/vor.fish
+      DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d)
+  endif()
 endif()
