@@ -41,7 +41,7 @@ SYSTEM_HEADERS = re.compile(
 SYSTEM_TESTS = re.compile(
     r"#\s*(?:if|elif|ifdef|ifndef)\b.*\b(_WIN32|__linux__|__unix__|__APPLE__|_POSIX\w*|__x86_64__)\b")
 # Names that tools look for and that stand in many folders.
-COMMON_NAMES = {"CMakeLists.txt", "README.md"}
+COMMON_NAMES = {"CMakeLists.txt", "README.md", ".clang-tidy"}
 # A case of the command's tests is a folder, an input of a corpus a file, of any name.
 CASES = ("tests/command", "fuzz/corpus")
 

@@ -385,6 +385,9 @@ def main():
             write("fuzz_open_read", name + "_used", data + tail(mode, number))
         if len(data) < 8192:
             write("fuzz_checker", name, data)
+            write("fuzz_explain", name, data)
+            write("fuzz_salvage", name, data)
+            write("fuzz_deep_check", name, data)
     for name, data in TAG_FILES.items():
         write("fuzz_tag_file", name, data)
     for name, data in URLS.items():

@@ -10,6 +10,7 @@ packages=(
     zlib1g-dev libtiff-dev libpng-dev libcli11-dev nlohmann-json3-dev
     # tests and checks
     libgtest-dev libbenchmark-dev libclang-rt-14-dev clang-format clang-tidy python3 locales
+    python3-jsonschema groff-base mandoc zsh fish
     # the demonstration
     ghostscript fonts-urw-base35 libtiff-tools
 )

@@ -103,8 +103,10 @@ void add_curve(CLI::App *app, Job *job) {
         ->check(check_curve);
     command->add_option("--size", options->size, "Number of levels, 2 to 8192 (256)")
         ->check(CLI::Range(2, static_cast<int>(NCOLORS_MAX)));
-    command->add_option("-o,--out", options->output, "Store the curve in this curve file");
+    command->add_option("-o,--out", options->output, "Store the curve in this curve file")
+        ->type_name("FILE");
     command->add_option("--plot", options->plot, "Draw the curves into this file, .png or .svg")
+        ->type_name("FILE")
         ->check(check_plot);
     command->footer("With neither --out nor --plot the outputs are printed, in order of input.\n"
                     "Example:\n  vor curve \"@1.8,0:255:16\" --out press.crv --plot press.png");

@@ -162,6 +162,8 @@ int run(const Options &options) {
                 list.push_back(json_facts(facts));
             } else {
                 print_text(facts);
+                std::cout.flush();
+                check_output();
             }
         } catch (const Told &) {
             status = failed;

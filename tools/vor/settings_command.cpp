@@ -389,8 +389,10 @@ int run(const Options &options) {
 void add_settings(CLI::App *app, Job *job) {
     auto options = std::make_shared<Options>();
     CLI::App *command = app->add_subcommand("settings", "Shows what programs make of an rc file");
-    CLI::Option *file = command->add_option("--file", options->file,
-                                            "The rc file; otherwise that of the environment");
+    CLI::Option *file =
+        command
+            ->add_option("--file", options->file, "The rc file; otherwise that of the environment")
+            ->type_name("FILE");
     CLI::Option *explain = command->add_option("--explain", options->explain, "Tell about a key");
     command->add_flag("--keys", options->keys, "List the keys that the library reads")
         ->excludes(file)

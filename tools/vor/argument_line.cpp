@@ -1,4 +1,4 @@
-#include "command_line.h"
+#include "argument_line.h"
 
 #include <iostream>
 #include <new>
@@ -28,11 +28,30 @@ int run(const Job &job) {
         print_line("out of memory");
     } catch (const Told &) {
         // a message is out already
+    } catch (const OutputLost &) {
+        // main looks at the standard output in any case
     } catch (const Interrupted &) {
         // the signal says it all
     }
     return failed;
 }
+
+constexpr const char *look = "Look at files";
+constexpr const char *change = "Make and change files";
+constexpr const char *machine = "Machine and jobs";
+constexpr const char *shell = "Shell";
+
+struct SubCommand {
+    const char *heading; // of the help
+    void (*add)(CLI::App *, Job *);
+};
+
+constexpr SubCommand sub_commands[] = {
+    {look, add_info},       {look, add_check},       {look, add_preview},   {look, add_dump},
+    {look, add_compare},    {look, add_explain},     {change, add_convert}, {change, add_curve},
+    {change, add_tags},     {change, add_stops},     {change, add_salvage}, {machine, add_formats},
+    {machine, add_resolve}, {machine, add_settings}, {machine, add_units},  {shell, add_completion},
+};
 
 bool knows(CLI::App *app, const std::string &name) {
     return !app->get_subcommands([&](const CLI::App *a) { return a->get_name() == name; }).empty();
@@ -47,22 +66,10 @@ std::unique_ptr<CLI::App> make_command_line(Job *job) {
                 "Exit status: 0 good, 1 the job failed or the check found faults, 2 wrong usage.");
     app->set_version_flag("--version", std::string("vor ") + KEL_libversion);
     app->require_subcommand(1);
-    add_info(app.get(), job);
-    add_check(app.get(), job);
-    add_convert(app.get(), job);
-    add_preview(app.get(), job);
-    add_dump(app.get(), job);
-    add_compare(app.get(), job);
-    add_explain(app.get(), job);
-    add_salvage(app.get(), job);
-    add_tags(app.get(), job);
-    add_stops(app.get(), job);
-    add_curve(app.get(), job);
-    add_formats(app.get(), job);
-    add_resolve(app.get(), job);
-    add_settings(app.get(), job);
-    add_units(app.get(), job);
-    add_completion(app.get(), job);
+    for (const SubCommand &sub_command : sub_commands) {
+        sub_command.add(app.get(), job);
+        app->get_subcommands({}).back()->group(sub_command.heading);
+    }
     return app;
 }
 

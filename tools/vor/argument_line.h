@@ -1,6 +1,6 @@
 // The command's own line: all sub-commands, and what becomes of a line of arguments.
-#ifndef VOR_TOOL_COMMAND_LINE_H
-#define VOR_TOOL_COMMAND_LINE_H
+#ifndef VOR_TOOL_ARGUMENT_LINE_H
+#define VOR_TOOL_ARGUMENT_LINE_H
 
 #include <memory>
 
