@@ -34,8 +34,8 @@ struct VectorOneToOne {
 // In double precision: floor((n * s + c) / w) is the whole number next to
 // n * (s / w) + (c + 1/2) / w - 1/2, which lies at least 1 / 2w off the middle between two. What is
 // rounded on the way adds up to less than that for n * w up to 2^49. Whole numbers become doubles,
-// and doubles whole numbers, by the addition of 2^52, where a double has no bits for fractions; that
-// takes a processor that rounds to the nearest, as programs seldom change.
+// and doubles whole numbers, by the addition of 2^52, where a double has no bits for fractions;
+// that takes a processor that rounds to the nearest, as programs seldom change.
 struct VectorRescaled {
     VOR_AVX2_INLINE explicit VectorRescaled(const Rescaled &scale) {
         const auto window = static_cast<double>(scale.window());
