@@ -20,6 +20,7 @@ struct StopPlace {
     int64_t before = -1;         // the track of the entry before
     std::optional<int64_t> next; // that of the next
     int64_t tracks = 0;
+    bool first = true; // there is no entry before
     bool open = false; // a stretch has begun
 };
 
@@ -36,8 +37,10 @@ bool opens(uint32_t entry) {
     return kind_of_stop(entry) == LF_STOP_FIRST;
 }
 
-bool takes_turn(uint32_t entry, bool open) {
-    return (kind_of_stop(entry) == LF_STOP_LAST) == open;
+// A table may begin with the last track of a stretch that is open from track 0 on, and end inside
+// one that goes on to the end.
+bool takes_turn(uint32_t entry, const StopPlace &place) {
+    return place.first || (kind_of_stop(entry) == LF_STOP_LAST) == place.open;
 }
 
 bool is_kind(uint32_t entry) {
@@ -60,7 +63,7 @@ void check_stop(const DeepCheck &check, const StopPlace &place, uint32_t entry, 
     }
     if (!is_kind(entry)) {
         add(FindingId::stop_kind, format("0x%08" PRIX32, entry), "bit 31 or bit 30 or none");
-    } else if (!takes_turn(entry, place.open)) {
+    } else if (!takes_turn(entry, place)) {
         add(FindingId::stop_pair, stop_kind_name(entry), place.open ? "last" : "first or single");
     }
 }
@@ -69,7 +72,8 @@ void check_stop(const DeepCheck &check, const StopPlace &place, uint32_t entry, 
 bool shows_change(const StopPlace &place, uint32_t entry, uint32_t changed) {
     const int64_t track = track_of(changed);
     return track >= place.tracks || track <= place.before || (place.next && track >= *place.next) ||
-           !is_kind(changed) || !takes_turn(changed, place.open) || opens(changed) != opens(entry);
+           !is_kind(changed) || !takes_turn(changed, place) ||
+           (place.next && opens(changed) != opens(entry));
 }
 
 void count_stop(const DeepCheck &check, const StopPlace &place, uint32_t entry, int64_t offset) {
@@ -99,12 +103,9 @@ void each_stop(const DeepCheck &check, const NativeSection &table, Visit visit) 
         if (next) place.next = track_of(*next);
         visit(place, *entry, table.offset + i * stop_bytes);
         place.before = track_of(*entry);
+        place.first = false;
         place.open = opens(*entry);
         entry = next;
-    }
-    if (place.open) {
-        check.findings.add({FindingId::stop_pair, place.before, table.end(), "the table's end",
-                            stop_kind_name(LF_STOP_LAST)});
     }
 }
 
