@@ -215,14 +215,11 @@ private:
         if (block.has_zero()) return false;
         const uint32_t length = block.sum();
         if (length > window_ - passed_) return false;
-        if constexpr (two_colours && D::one_to_one) {
-            if ((block.seconds ^ (block.seconds << 1 | second_)) == 0) {
-                passed_ += length; // all of the run at hand
-                return true;
-            }
-        }
         __m256i passed = every(passed_);
         passed_ += length;
+        if constexpr (D::one_to_one) {
+            if (continues(block, colours)) return true;
+        }
         for (uint32_t i = 0; i < block.codes; i += 8) {
             const uint8_t *eight = at + i * Code::bytes;
             if constexpr (two_colours)
@@ -231,6 +228,18 @@ private:
                 take_colours(eight, colours + i, &passed);
         }
         return true;
+    }
+
+    // Whether all codes of a block belong to the run at hand.
+    VOR_AVX2_INLINE bool continues(const Block<Code> &block, const uint32_t *colours) const {
+        if constexpr (two_colours) {
+            return (block.seconds ^ (block.seconds << 1 | second_)) == 0;
+        } else {
+            const __m256i first = _mm256_xor_si256(load256(colours), load256(colours + 1));
+            const __m256i second = _mm256_xor_si256(load256(colours + 8), load256(colours + 9));
+            const __m256i changes = _mm256_or_si256(first, second);
+            return _mm256_testz_si256(changes, changes) != 0;
+        }
     }
 
     // The positions in the output that eight codes begin at; `pieces` gets the set of those that do
