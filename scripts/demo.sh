@@ -1,7 +1,7 @@
 #!/bin/bash
 # The library at work, from an artwork to proven files: the label in docs/artwork is rastered at 1200
 # pixels an inch, as one screened picture, as four separations and in gray. Each raster is
-# converted to a track file, plain and deflated, checked in full, previewed, and turned back into a
+# converted to a track file, plain and deflated, checked deeply, previewed, and turned back into a
 # picture that must have the pixels of the first. That last comparison shares no code with the
 # library. The separations are then made once more, straight from the PostScript by the rules in
 # docs/examples/autoconvert, with the same proof. Results stay in out/demo; the exit status is not 0
@@ -59,7 +59,7 @@ prove() {
     shift 2
     local tif=$out/$picture.tif file=$out/$picture-$form.vor
     timed convert "$vor" convert --quiet "$@" "$tif" "$file"
-    timed check "$vor" check --quiet --full "$file"
+    timed check "$vor" check --quiet --deep "$file"
     timed preview "$vor" preview --quiet --width 600 "$file" "${file%.vor}.png"
     prove_same_pixels "$file" "$tif"
     local pixels size
@@ -90,7 +90,7 @@ enter_home() {
 prove_plate() {
     local ink=$1 file=$out/label.$1.vor convert check
     timed convert "$vor" resolve --convert "$out/label.ps:$ink"
-    timed check "$vor" check --quiet --full "$file"
+    timed check "$vor" check --quiet --deep "$file"
     prove_same_pixels "$file" "$out/${ink,,}.tif"
     printf '%-17s %-17s %10s %9s %9s\n' "label.ps:$ink" "$(basename "$file")" "$(size_of "$file")" \
         "$convert" "$check"
