@@ -180,9 +180,9 @@ const bool added = [] {
          {"tiff_uncompressed", tiff_plain, 5, false},
          {"bare_read", bare, 2.5, true}});
     add({"read/fw8/line_work", &line_work, VT_FW8, wide, 0, 1},
-        {{"plain_loop", plain, 0, 1}, {"bare_read", bare, 0, true}});
+        {{"plain_loop", plain, 0, false}, {"bare_read", bare, 0, true}});
     add({"read/fw16/line_work", &line_work, VT_FW16, wide, 0, 1},
-        {{"plain_loop", plain, 0, 1}, {"bare_read", bare, 0, true}});
+        {{"plain_loop", plain, 0, false}, {"bare_read", bare, 0, true}});
     add({"read/fw88/noise", &noise, VT_FW88, narrow, 0, 1},
         {{"plain_loop", plain, 1.0, false},
          {"tiff_uncompressed", tiff_plain, 1.4, false},

@@ -8,8 +8,10 @@
 #include <nlohmann/json.hpp>
 
 #include "harness.h"
-#include "libvor.h"
+#include "platform/kel.h"
 #include "run_command.h"
+#include "trackfile/lf.h"
+#include "vor/vor.h"
 
 namespace vor::fuzz {
 namespace {
@@ -90,7 +92,7 @@ Json salvage(const char *bad, const std::string &out, const char *option) {
     require(status != 0 || !list.empty(), "no file is no success");
     if (list.empty()) return {};
     require(is_good(out), "what is made is good");
-    const Json json = Json::parse(list, nullptr, false);
+    Json json = Json::parse(list, nullptr, false);
     hold_against_list(json, status);
     return json;
 }
