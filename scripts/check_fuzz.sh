@@ -1,6 +1,6 @@
 #!/bin/bash
 # Runs each fuzz harness for a while on its corpus, under the sanitizers. Arguments: the seconds for
-# each (6), then names of harnesses, in place of all. Inputs that fail stay in build/fuzz/finds.
+# each (6), then names of harnesses, in place of all. Inputs that fail stay in build/asan/finds.
 . "$(dirname "$0")/lib.sh"
 
 seconds=${1:-6}
@@ -12,26 +12,26 @@ fi
 [ ${#harnesses[@]} -gt 0 ] || die "no harnesses found"
 
 need clang clang++
-configure fuzz
-build fuzz "${harnesses[@]}"
+configure asan
+build asan "${harnesses[@]}"
 
-finds=build/fuzz/finds
+finds=build/asan/finds
 mkdir -p "$finds"
 
 run_harness() {
     local name=$1 fresh
     # What a run adds to its corpus is not kept: only what someone has looked at is.
     fresh=$(mktemp -d)
-    build/fuzz/fuzz/"$name" -max_total_time="$seconds" -timeout=10 -rss_limit_mb=2048 \
+    build/asan/fuzz/"$name" -max_total_time="$seconds" -timeout=10 -rss_limit_mb=2048 \
         -artifact_prefix="$finds/$name-" -print_final_stats=1 "$fresh" "fuzz/corpus/$name" \
-        >"build/fuzz/$name.log" 2>&1 || {
-        cat "build/fuzz/$name.log"
+        >"build/asan/$name.log" 2>&1 || {
+        cat "build/asan/$name.log"
         rm -rf "$fresh"
         return 1
     }
     rm -rf "$fresh"
     printf '%-20s %s runs\n' "$name" \
-        "$(sed -n 's/stat::number_of_executed_units: //p' "build/fuzz/$name.log")"
+        "$(sed -n 's/stat::number_of_executed_units: //p' "build/asan/$name.log")"
 }
 export -f run_harness
 export seconds finds

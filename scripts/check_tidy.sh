@@ -4,8 +4,7 @@
 . "$(dirname "$0")/lib.sh"
 
 need clang clang++ clang-tidy
-# Nothing is built, precompiled headers neither.
-configure clang -DVOR_BUILD_BENCH=ON -DCMAKE_DISABLE_PRECOMPILE_HEADERS=ON
+configure clang -DVOR_BUILD_BENCH=ON
 
 files=("$@")
 if [ ${#files[@]} -eq 0 ]; then
