@@ -20,7 +20,7 @@ constexpr int64_t size_bytes = VOR_TAGHEAD - VOR_TAGNAME;
 using NamePlace = std::pair<size_t, int64_t>;
 
 std::string quoted(const std::string &name) {
-    return "\"" + shown_name(name) + "\"";
+    return format("\"%s\"", shown_name(name).c_str());
 }
 
 std::string name_at(FileBytes &file, int64_t record) {
