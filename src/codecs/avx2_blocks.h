@@ -2,8 +2,11 @@
 #ifndef VOR_CODECS_AVX2_BLOCKS_H
 #define VOR_CODECS_AVX2_BLOCKS_H
 
+#include <bit>
 #include <cstddef>
 #include <cstdint>
+#include <type_traits>
+#include <utility>
 
 #include "codecs/avx2.h"
 #include "codecs/fixed_width.h"
@@ -56,6 +59,15 @@ VOR_AVX2_INLINE __m256i running_sums(__m256i v) {
     return _mm256_add_epi32(v, _mm256_blend_epi32(_mm256_setzero_si256(), low_half, 0xF0));
 }
 
+// The same of 16 lanes of 16 bits.
+VOR_AVX2_INLINE __m256i running_word_sums(__m256i v) {
+    v = _mm256_add_epi16(v, _mm256_slli_si256(v, 2));
+    v = _mm256_add_epi16(v, _mm256_slli_si256(v, 4));
+    v = _mm256_add_epi16(v, _mm256_slli_si256(v, 8));
+    const __m256i last = _mm256_shuffle_epi8(v, _mm256_set1_epi16(0x0F0E));
+    return _mm256_add_epi16(v, _mm256_permute2x128_si256(last, last, 0x08));
+}
+
 VOR_AVX2_INLINE uint32_t lanes_in(uint32_t set) {
     return static_cast<uint32_t>(_mm_popcnt_u32(set));
 }
@@ -65,11 +77,18 @@ VOR_AVX2_INLINE uint32_t equal_lanes(__m256i a, __m256i b) {
     return static_cast<uint32_t>(_mm256_movemask_ps(_mm256_castsi256_ps(_mm256_cmpeq_epi32(a, b))));
 }
 
-VOR_AVX2_INLINE uint32_t sum_of(__m256i four) {
-    const __m128i two =
-        _mm_add_epi64(_mm256_castsi256_si128(four), _mm256_extracti128_si256(four, 1));
-    return static_cast<uint32_t>(
-        _mm_cvtsi128_si32(_mm_add_epi64(two, _mm_unpackhi_epi64(two, two))));
+// The lanes of 16 bits that are equal, as a set.
+VOR_AVX2_INLINE uint32_t equal_words(__m256i a, __m256i b) {
+    const __m256i equal = _mm256_cmpeq_epi16(a, b);
+    return static_cast<uint32_t>(_mm_movemask_epi8(
+        _mm_packs_epi16(_mm256_castsi256_si128(equal), _mm256_extracti128_si256(equal, 1))));
+}
+
+VOR_AVX2_INLINE uint32_t sum_of(__m256i eight) {
+    const __m128i four =
+        _mm_add_epi32(_mm256_castsi256_si128(eight), _mm256_extracti128_si256(eight, 1));
+    const __m128i two = _mm_add_epi32(four, _mm_unpackhi_epi64(four, four));
+    return static_cast<uint32_t>(_mm_cvtsi128_si32(_mm_add_epi32(two, _mm_srli_epi64(two, 32))));
 }
 
 // Stores four runs as the number `first` and its followers of those counted from `slot`.
@@ -139,7 +158,7 @@ struct Block<Fw16> {
         const __m256i ones = _mm256_set1_epi16(1);
         const __m256i pairs = _mm256_add_epi32(_mm256_madd_epi16(lengths[0], ones),
                                                _mm256_madd_epi16(lengths[1], ones));
-        return sum_of(_mm256_add_epi32(pairs, _mm256_srli_epi64(pairs, 32)));
+        return sum_of(pairs);
     }
     VOR_AVX2_INLINE static __m256i eight_lengths(const uint8_t *at) {
         const __m128i eight = _mm_loadu_si128(reinterpret_cast<const __m128i *>(at));
@@ -170,128 +189,176 @@ struct Block<Fw88> {
     __m256i lengths;
 };
 
-// A block in which each code should have another colour than the one before it, so that all of them
-// are runs. Where there are two colours they take turns: with the colour bits that they have then
-// turned over, a code is its length, a number above 0.
-template <class Code>
-struct Turns;
+// How the 16 bytes of a vector half are drawn apart to runs, four at a time: for each byte of the
+// runs the byte it comes from. 0x80 makes a byte 0.
+template <class Code, Order order>
+struct Spread {
+    static constexpr size_t fours = 16 / Code::bytes / 4;
 
-// Stores eight runs, given lengths in the order 0 1 4 5 2 3 6 7 and colours that take turns.
-template <Order order>
-VOR_AVX2_INLINE void store_turns(lfrun *slot, ptrdiff_t first, __m256i lengths, __m256i colours) {
-    store_runs<order>(slot, first, _mm256_unpacklo_epi32(lengths, colours));
-    store_runs<order>(slot, first + 4, _mm256_unpackhi_epi32(lengths, colours));
-}
+    constexpr Spread() {
+        for (size_t i = 0; i < fours * 4; ++i) {
+            const size_t place = order == Order::forward ? i % 4 : 3 - i % 4;
+            uint8_t *const run = from[i / 4] + place * sizeof(lfrun);
+            const auto first = static_cast<uint8_t>(i * Code::bytes);
+            for (size_t byte = 0; byte < sizeof(lfrun); ++byte)
+                run[byte] = 0x80;
+            run[0] = first;
+            if (Code::bytes == 2) run[has_colours ? offsetof(lfrun, colour) : 1] = first + 1;
+        }
+    }
+    VOR_AVX2_INLINE __m256i operator()(__m256i twice, size_t four) const {
+        return _mm256_shuffle_epi8(twice, load256(from[four]));
+    }
+
+    static constexpr bool has_colours = !std::is_base_of_v<TwoColours, Code>;
+    alignas(32) uint8_t from[fours][32] = {};
+};
+template <class Code, Order order>
+inline constexpr Spread<Code, order> spread;
+
+// 64 bytes that are kept, and as many that are not.
+struct KeptBytes {
+    constexpr KeptBytes() {
+        for (size_t i = 0; i < 64; ++i)
+            bytes[i] = 0xFF;
+    }
+    uint8_t bytes[128] = {};
+};
+inline constexpr KeptBytes kept_bytes;
+
+// A vector of codes each of which should have another colour than the one before it, so that all of
+// them are runs: their lengths, and lanes that are above 0 where that is so. Where there are two
+// colours they take turns: with the colour bits that they have then turned over, a code is its
+// length.
+template <class Code>
+struct TurnVector;
 
 template <>
-struct Turns<Fw8> {
+struct TurnVector<Fw8> {
     // `second`: the first of the codes has the second colour.
     VOR_AVX2_INLINE static __m256i colour_bits(bool second) {
         return _mm256_set1_epi16(second ? 0x0080 : INT16_MIN);
     }
-    VOR_AVX2_INLINE Turns(const uint8_t *at, __m256i bits)
-        : lengths(_mm256_xor_si256(load256(at), bits)) {}
-    VOR_AVX2_INLINE bool hold() const {
-        return byte_signs(_mm256_cmpgt_epi8(lengths, _mm256_setzero_si256())) == UINT32_MAX;
+    VOR_AVX2_INLINE TurnVector(const uint8_t *at, __m256i bits)
+        : lengths(_mm256_xor_si256(load256(at), bits)), good(lengths) {}
+    VOR_AVX2_INLINE static __m256i least(__m256i a, __m256i b) { return _mm256_min_epi8(a, b); }
+    VOR_AVX2_INLINE static uint32_t above_0(__m256i v) {
+        return byte_signs(_mm256_cmpgt_epi8(v, _mm256_setzero_si256()));
     }
-    VOR_AVX2_INLINE __m256i sums() const {
+    VOR_AVX2_INLINE static __m256i sums(__m256i lengths) {
         return _mm256_sad_epu8(lengths, _mm256_setzero_si256());
-    }
-    template <Order order>
-    VOR_AVX2_INLINE void store(lfrun *slot, __m256i colours) const {
-        const __m256i low = _mm256_permute4x64_epi64(lengths, 0x44);
-        const __m256i high = _mm256_permute4x64_epi64(lengths, 0xEE);
-        store_turns<order>(slot, 0, eight_lengths<0>(low), colours);
-        store_turns<order>(slot, 8, eight_lengths<8>(low), colours);
-        store_turns<order>(slot, 16, eight_lengths<0>(high), colours);
-        store_turns<order>(slot, 24, eight_lengths<8>(high), colours);
-    }
-
-private:
-    // Of 16 lengths that stand in both halves, those behind the number `first`.
-    template <int first>
-    VOR_AVX2_INLINE static __m256i eight_lengths(__m256i twice) {
-        constexpr int alone = ~0xFF | first; // nothing above the length
-        return _mm256_shuffle_epi8(twice,
-                                   _mm256_setr_epi32(alone, alone + 1, alone + 4, alone + 5,
-                                                     alone + 2, alone + 3, alone + 6, alone + 7));
     }
 
     __m256i lengths;
+    __m256i good;
+};
+
+// What the codes of two bytes have in common.
+struct WordTurns {
+    VOR_AVX2_INLINE static __m256i least(__m256i a, __m256i b) { return _mm256_min_epi16(a, b); }
+    VOR_AVX2_INLINE static uint32_t above_0(__m256i v) {
+        return byte_signs(_mm256_cmpgt_epi16(v, _mm256_setzero_si256()));
+    }
+    VOR_AVX2_INLINE static __m256i sums(__m256i lengths) {
+        return _mm256_madd_epi16(lengths, _mm256_set1_epi16(1));
+    }
 };
 
 template <>
-struct Turns<Fw16> {
+struct TurnVector<Fw16> : WordTurns {
     VOR_AVX2_INLINE static __m256i colour_bits(bool second) {
         return _mm256_set1_epi32(second ? 0x8000 : INT32_MIN);
     }
-    VOR_AVX2_INLINE Turns(const uint8_t *at, __m256i bits)
-        : lengths{_mm256_xor_si256(load256(at), bits), _mm256_xor_si256(load256(at + 32), bits)} {}
-    VOR_AVX2_INLINE bool hold() const {
-        const __m256i least = _mm256_min_epi16(lengths[0], lengths[1]);
-        return byte_signs(_mm256_cmpgt_epi16(least, _mm256_setzero_si256())) == UINT32_MAX;
-    }
-    VOR_AVX2_INLINE __m256i sums() const {
-        const __m256i ones = _mm256_set1_epi16(1);
-        const __m256i pairs = _mm256_add_epi32(_mm256_madd_epi16(lengths[0], ones),
-                                               _mm256_madd_epi16(lengths[1], ones));
-        return _mm256_add_epi64(_mm256_srli_epi64(pairs, 32),
-                                _mm256_and_si256(pairs, _mm256_set1_epi64x(UINT32_MAX)));
-    }
-    template <Order order>
-    VOR_AVX2_INLINE void store(lfrun *slot, __m256i colours) const {
-        for (ptrdiff_t i = 0; i < 2; ++i) {
-            const __m256i low = _mm256_permute4x64_epi64(lengths[i], 0x44);
-            const __m256i high = _mm256_permute4x64_epi64(lengths[i], 0xEE);
-            store_turns<order>(slot, i * 16, eight_lengths(low), colours);
-            store_turns<order>(slot, i * 16 + 8, eight_lengths(high), colours);
-        }
-    }
+    VOR_AVX2_INLINE TurnVector(const uint8_t *at, __m256i bits)
+        : lengths(_mm256_xor_si256(load256(at), bits)), good(lengths) {}
 
-private:
-    // Of 8 lengths that stand in both halves.
-    VOR_AVX2_INLINE static __m256i eight_lengths(__m256i twice) {
-        constexpr int alone = ~0xFFFF | 0x0100, next = 0x0202;
-        return _mm256_shuffle_epi8(twice, _mm256_setr_epi32(alone, alone + next, alone + 4 * next,
-                                                            alone + 5 * next, alone + 2 * next,
-                                                            alone + 3 * next, alone + 6 * next,
-                                                            alone + 7 * next));
-    }
-
-    __m256i lengths[2];
+    __m256i lengths;
+    __m256i good;
 };
 
 // For colours that are their own numbers: a code, its bytes drawn apart, is a run.
 template <>
-struct Turns<Fw88> {
+struct TurnVector<Fw88> : WordTurns {
     VOR_AVX2_INLINE static __m256i colour_bits(bool) { return _mm256_setzero_si256(); }
-    VOR_AVX2_INLINE Turns(const uint8_t *from, __m256i)
-        : at(from), pairs(load256(from)),
-          lengths(_mm256_and_si256(pairs, _mm256_set1_epi16(Fw88::limit))) {}
+    VOR_AVX2_INLINE TurnVector(const uint8_t *at, __m256i)
+        : lengths(_mm256_and_si256(load256(at), _mm256_set1_epi16(Fw88::limit))) {
+        const __m256i changes = _mm256_xor_si256(load256(at), load256(at - Fw88::bytes));
+        good = least(lengths, _mm256_srli_epi16(changes, 8));
+    }
+
+    __m256i lengths;
+    __m256i good;
+};
+
+// Two such vectors.
+template <class Code>
+class Turns {
+    using Vector = TurnVector<Code>;
+
+public:
+    static constexpr ptrdiff_t bytes = 64;
+    static constexpr size_t codes = bytes / Code::bytes;
+
+    VOR_AVX2_INLINE Turns(const uint8_t *at, __m256i bits) : low_(at, bits), high_(at + 32, bits) {}
+
+    // Whether all codes are runs, and how many in front of the first that is none.
     VOR_AVX2_INLINE bool hold() const {
-        const __m256i changes = _mm256_xor_si256(pairs, load256(at - Fw88::bytes));
-        const __m256i zero = _mm256_setzero_si256();
-        return byte_signs(
-                   _mm256_or_si256(_mm256_cmpeq_epi16(lengths, zero),
-                                   _mm256_cmpeq_epi16(_mm256_srli_epi16(changes, 8), zero))) == 0;
+        return Vector::above_0(Vector::least(low_.good, high_.good)) == UINT32_MAX;
     }
+    VOR_AVX2_INLINE size_t holding() const {
+        const uint64_t high = Vector::above_0(high_.good);
+        const auto good =
+            static_cast<size_t>(std::countr_one(high << 32 | Vector::above_0(low_.good)));
+        return good / Code::bytes;
+    }
+    // Sums of the lengths, in lanes of 32 bits.
     VOR_AVX2_INLINE __m256i sums() const {
-        return _mm256_sad_epu8(lengths, _mm256_setzero_si256());
+        return _mm256_add_epi32(Vector::sums(low_.lengths), Vector::sums(high_.lengths));
     }
-    template <Order order>
-    VOR_AVX2_INLINE void store(lfrun *slot, __m256i) const {
-        for (ptrdiff_t i = 0; i < 4; ++i) {
-            const void *four = at + 8 * i;
-            store_runs<order>(
-                slot, 4 * i,
-                _mm256_cvtepu8_epi32(_mm_loadl_epi64(static_cast<const __m128i *>(four))));
-        }
+    // The same of the first `count` codes.
+    VOR_AVX2_INLINE __m256i sums_of_first(size_t count) const {
+        const uint8_t *const kept = kept_bytes.bytes + 64 - count * Code::bytes;
+        return _mm256_add_epi32(Vector::sums(_mm256_and_si256(low_.lengths, load256(kept))),
+                                Vector::sums(_mm256_and_si256(high_.lengths, load256(kept + 32))));
     }
 
 private:
-    const uint8_t *at;
-    __m256i pairs;
-    __m256i lengths;
+    Vector low_, high_;
+};
+
+// Stores the codes at `at`, a block of turns, as runs. `colours`: what four codes differ by from
+// their runs.
+template <class Code, Order order>
+class TurnsStore {
+public:
+    VOR_AVX2_INLINE TurnsStore(lfrun *slot, const uint8_t *at, __m256i colours) {
+        constexpr size_t halves = Turns<Code>::bytes / 16;
+        store_halves(slot, at, colours, std::make_index_sequence<halves>());
+    }
+
+private:
+    static constexpr auto &apart = spread<Code, order>;
+
+    template <size_t... half>
+    VOR_AVX2_INLINE static void store_halves(lfrun *slot, const uint8_t *at, __m256i colours,
+                                             std::index_sequence<half...>) {
+        (store_fours(slot, half * apart.fours * 4, twice(at + half * 16), colours,
+                     std::make_index_sequence<apart.fours>()),
+         ...);
+    }
+    template <size_t... four>
+    VOR_AVX2_INLINE static void store_fours(lfrun *slot, size_t first, __m256i codes,
+                                            __m256i colours, std::index_sequence<four...>) {
+        (store_four(slot, static_cast<ptrdiff_t>(first + four * 4),
+                    _mm256_xor_si256(apart(codes, four), colours)),
+         ...);
+    }
+    VOR_AVX2_INLINE static void store_four(lfrun *slot, ptrdiff_t first, __m256i runs) {
+        store256(order == Order::forward ? slot + first : slot - first - 3, runs);
+    }
+    VOR_AVX2_INLINE static __m256i twice(const void *at) {
+        return _mm256_broadcastsi128_si256(_mm_loadu_si128(static_cast<const __m128i *>(at)));
+    }
 };
 
 } // namespace vor

@@ -75,22 +75,27 @@ class BulkDecoder {
     static constexpr ptrdiff_t block_bytes = block_codes * Code::bytes;
     static constexpr bool two_colours = std::is_base_of_v<TwoColours, Code>;
     using Scale = VectorScale<D::one_to_one>;
+    // Whether lengths and colours have 16 bits each from the code to the run.
+    static constexpr bool in_words = !two_colours && D::one_to_one;
     // Blocks that are worked on together. In those that are no turns the next may be.
-    static constexpr ptrdiff_t most_blocks = two_colours && D::one_to_one ? 1 : 8;
+    static constexpr ptrdiff_t most_blocks = in_words ? 16 : two_colours && D::one_to_one ? 1 : 8;
 
 public:
     // What may be written behind the runs that count.
-    static constexpr size_t spare = 8;
+    static constexpr size_t spare = D::one_to_one ? Turns<Code>::codes : 8;
 
     // What is worked with in memory.
     struct Room {
         static constexpr auto begins = static_cast<size_t>(most_blocks * block_codes + 1);
 
         uint32_t turns[16]; // the two colours in turn
+        // What four codes of turns differ by from runs, by the colour before them.
+        uint64_t differences[2][4];
         // Where runs begin in the output, and their colours: the one at hand, and those behind it.
-        uint32_t begin[begins + spare];
-        uint32_t colour[two_colours ? 1 : begins + spare];
-        uint32_t looked_up[two_colours ? 1 : begins]; // of the codes and the one before them
+        uint32_t begin[begins + 8];
+        uint32_t colour[two_colours ? 1 : begins + 8];
+        // The colours of the codes and of the one before them.
+        std::conditional_t<in_words, uint16_t, uint32_t> looked_up[two_colours ? 1 : begins];
     };
 
     VOR_AVX2_INLINE explicit BulkDecoder(D *decoder, Room *room)
@@ -101,6 +106,7 @@ public:
         begin_ = hand.begin;
         ends_ = every(hand.end);
         colour_ = hand.colour;
+        note_differences();
         if constexpr (two_colours) {
             second_ = hand.colour == palette_.set ? 1 : 0;
             for (uint32_t i = 0; i < 16; ++i) {
@@ -114,10 +120,12 @@ public:
 
     VOR_AVX2_INLINE void decode(const uint8_t *&position, const uint8_t *end) {
         const uint8_t *at = position;
-        while (end - at >= block_bytes) {
+        while (at != end) {
             ptrdiff_t bytes = 0;
             if constexpr (D::one_to_one) bytes = take_turns(at, end);
-            if (bytes == 0) bytes = take_blocks(at, end);
+            if (bytes == 0 && end - at >= block_bytes) bytes = take_blocks(at, end);
+            if constexpr (D::one_to_one)
+                if (bytes == 0) bytes = take_last_turns(at, end);
             if (bytes == 0) break;
             at += bytes;
         }
@@ -141,47 +149,100 @@ private:
             return last_lane(ends_);
     }
 
+    VOR_AVX2_INLINE void note_differences() {
+        __m256i first_clear = _mm256_setzero_si256(), first_set = first_clear;
+        if constexpr (two_colours) {
+            const int clear = palette_.clear & colour_code_mask,
+                      set = palette_.set & colour_code_mask;
+            constexpr int bit = Code::limit + 1;
+            first_clear = _mm256_setr_epi32(0, clear, bit, set, 0, clear, bit, set);
+            first_set = _mm256_setr_epi32(bit, set, 0, clear, bit, set, 0, clear);
+        }
+        constexpr size_t forward = order == Order::forward;
+        store256(room_->differences[1 - forward], first_set);
+        store256(room_->differences[forward], first_clear);
+    }
+
     VOR_AVX2_INLINE lfrun *slot() const {
         const auto completed = static_cast<ptrdiff_t>(completed_);
         return order == Order::forward ? slot_ + completed : slot_ - completed;
     }
 
+    // The place behind the run at hand.
+    VOR_AVX2_INLINE lfrun *slot_behind() const {
+        return order == Order::forward ? slot() + 1 : slot() - 1;
+    }
+
     // ---- blocks in which all codes are runs ----
 
-    // Blocks whose lengths are summed before the sum is held against the window.
-    static constexpr ptrdiff_t most_turns = 8;
+    // How many times 64 bytes of turns are summed before the sum is held against the window. Where
+    // they went beyond it, it is once from then on.
+    static constexpr ptrdiff_t most_turns = 16;
 
-    // Takes blocks in which each code has another colour than the one before it. The run at hand is
+    // Takes codes each of which has another colour than the one before it. The run at hand is
     // completed, and each code becomes a run; the last of them is the one at hand from then on.
     // Gives their bytes: 0, and nothing has happened, if there are none or they go beyond the
     // window.
     VOR_AVX2_INLINE ptrdiff_t take_turns(const uint8_t *at, const uint8_t *end) {
+        if (end - at < Turns<Code>::bytes) return take_last_turns(at, end);
         if (!two_colours && !identity_) return 0;
-        const __m256i bits = Turns<Code>::colour_bits(second_ == 0);
-        __m256i colours = _mm256_setzero_si256();
-        if constexpr (two_colours) colours = load256(room_->turns + (second_ ^ 1));
-        lfrun *const first = slot();
-        lfrun *next = order == Order::forward ? first + 1 : first - 1;
-        const ptrdiff_t most = std::min((end - at) / block_bytes, most_turns);
-        __m256i sums = _mm256_setzero_si256(); // in lanes of 64 bits
+        const __m256i bits = TurnVector<Code>::colour_bits(second_ == 0);
+        const __m256i colours = load256(room_->differences[second_]);
+        lfrun *next = slot_behind();
+        const ptrdiff_t most = std::min((end - at) / Turns<Code>::bytes, most_turns_);
+        __m256i sums = _mm256_setzero_si256();
         ptrdiff_t taken = 0;
         for (; taken < most; ++taken) {
-            const Turns<Code> turns(at + taken * block_bytes, bits);
+            const uint8_t *const from = at + taken * Turns<Code>::bytes;
+            const Turns<Code> turns(from, bits);
             if (!turns.hold()) break;
-            sums = _mm256_add_epi64(sums, turns.sums());
-            turns.template store<order>(next, colours);
-            next += order == Order::forward ? block_codes : -block_codes;
+            sums = _mm256_add_epi32(sums, turns.sums());
+            TurnsStore<Code, order>(next, from, colours);
+            next += order == Order::forward ? Turns<Code>::codes : -Turns<Code>::codes;
         }
+        if (taken == 0) return 0;
         const uint32_t length = sum_of(sums);
-        if (taken == 0 || length > window_ - passed_) return 0;
-        *first = {end_at_hand() - begin_, colour_at_hand() & colour_code_mask};
-        const ptrdiff_t bytes = taken * block_bytes;
+        if (length > window_ - passed_) {
+            most_turns_ = 1;
+            return 0;
+        }
+        return took_turns(at, static_cast<size_t>(taken) * Turns<Code>::codes, length);
+    }
+
+    // Takes the turns in front of a zero code or of the end, if those are less than 64 bytes.
+    VOR_AVX2_INLINE ptrdiff_t take_last_turns(const uint8_t *at, const uint8_t *end) {
+        if (!two_colours && !identity_) return 0;
+        uint8_t copy[Code::bytes + Turns<Code>::bytes] = {};
+        const uint8_t *codes = at;
+        if (end - at < Turns<Code>::bytes) {
+            const auto bytes = static_cast<size_t>(end - at) + Code::bytes;
+            std::memcpy(copy, at - Code::bytes, bytes);
+            codes = copy + Code::bytes;
+        }
+        const Turns<Code> turns(codes, TurnVector<Code>::colour_bits(second_ == 0));
+        const size_t count = turns.holding();
+        if (count == 0 || count == turns.codes || Code::length(codes + count * Code::bytes) != 0)
+            return 0;
+        const uint32_t length = sum_of(turns.sums_of_first(count));
+        if (length > window_ - passed_) return 0;
+        TurnsStore<Code, order>(slot_behind(), codes, load256(room_->differences[second_]));
+        return took_turns(at, count, length);
+    }
+
+    // `count` turns at `at`, `length` pixels together, have been stored behind the run at hand,
+    // which has yet to be.
+    VOR_AVX2_INLINE ptrdiff_t took_turns(const uint8_t *at, size_t count, uint32_t length) {
+        *slot() = {end_at_hand() - begin_, colour_at_hand() & colour_code_mask};
+        const size_t bytes = count * Code::bytes;
         const uint8_t *const last = at + bytes - Code::bytes;
         passed_ += length;
         begin_ = passed_ - Code::length(last);
-        if constexpr (!two_colours) colour_ = Code::colour(last, palette_);
-        completed_ += static_cast<size_t>(taken * block_codes);
-        return bytes;
+        if constexpr (two_colours)
+            second_ ^= count & 1;
+        else
+            colour_ = Code::colour(last, palette_);
+        completed_ += count;
+        return static_cast<ptrdiff_t>(bytes);
     }
 
     // ---- groups of eight codes ----
@@ -189,6 +250,7 @@ private:
     // Takes blocks, up to the first that holds a zero code or goes beyond the window. It notes
     // where runs begin, and makes runs of that at the end. Gives the blocks' bytes.
     VOR_AVX2_INLINE ptrdiff_t take_blocks(const uint8_t *at, const uint8_t *end) {
+        if constexpr (in_words) return take_words(at, end);
         const uint32_t first_second = second_;
         begun_ = 0;
         room_->begin[0] = begin_;
@@ -202,44 +264,32 @@ private:
                take_block(at + taken * block_bytes,
                           room_->looked_up + (two_colours ? 0 : taken * block_codes)))
             ++taken;
-        if constexpr (!two_colours && D::one_to_one)
-            colour_ = room_->looked_up[taken * block_codes];
         make_runs(first_second);
         return taken * block_bytes;
     }
 
     // `colours`, which begin with the one before the block, have been looked up. False, and nothing
     // happens, if the block at `at` is not to be taken.
-    VOR_AVX2_INLINE bool take_block(const uint8_t *at, const uint32_t *colours) {
+    template <class Colour>
+    VOR_AVX2_INLINE bool take_block(const uint8_t *at, const Colour *colours) {
         const Block<Code> block(at);
         if (block.has_zero()) return false;
         const uint32_t length = block.sum();
         if (length > window_ - passed_) return false;
         __m256i passed = every(passed_);
         passed_ += length;
-        if constexpr (D::one_to_one) {
-            if (continues(block, colours)) return true;
+        if constexpr (two_colours && D::one_to_one) {
+            // All of them may belong to the run at hand.
+            if ((block.seconds ^ (block.seconds << 1 | second_)) == 0) return true;
         }
         for (uint32_t i = 0; i < block.codes; i += 8) {
             const uint8_t *eight = at + i * Code::bytes;
             if constexpr (two_colours)
                 take_two_colours(eight, block.seconds >> i & 0xFF, &passed);
             else
-                take_colours(eight, colours + i, &passed);
+                take_colours(eight, load256(colours + 1 + i), &passed);
         }
         return true;
-    }
-
-    // Whether all codes of a block belong to the run at hand.
-    VOR_AVX2_INLINE bool continues(const Block<Code> &block, const uint32_t *colours) const {
-        if constexpr (two_colours) {
-            return (block.seconds ^ (block.seconds << 1 | second_)) == 0;
-        } else {
-            const __m256i first = _mm256_xor_si256(load256(colours), load256(colours + 1));
-            const __m256i second = _mm256_xor_si256(load256(colours + 8), load256(colours + 9));
-            const __m256i changes = _mm256_or_si256(first, second);
-            return _mm256_testz_si256(changes, changes) != 0;
-        }
     }
 
     // The positions in the output that eight codes begin at; `pieces` gets the set of those that do
@@ -277,16 +327,10 @@ private:
         begun_ += lanes_in(changes);
     }
 
-    // `before` are the colours of the eight codes that begin one code before these.
-    VOR_AVX2_INLINE void take_colours(const uint8_t *at, const uint32_t *before, __m256i *passed) {
+    VOR_AVX2_INLINE void take_colours(const uint8_t *at, __m256i colours, __m256i *passed) {
         uint32_t pieces;
         const __m256i begins = begins_of(Block<Code>::eight_lengths(at), passed, &pieces);
-        const __m256i colours = load256(before + 1);
-        uint32_t changes;
-        if constexpr (D::one_to_one)
-            changes = ~equal_lanes(colours, load256(before)) & 0xFF;
-        else
-            changes = changes_of_pieces(colours, pieces);
+        const uint32_t changes = changes_of_pieces(colours, pieces);
         const __m256i changed = lanes_of(changes);
         store256(room_->begin + 1 + begun_, _mm256_permutevar8x32_epi32(begins, changed));
         store256(room_->colour + 1 + begun_, _mm256_permutevar8x32_epi32(colours, changed));
@@ -307,13 +351,17 @@ private:
     // Notes the colours of `count` codes, a multiple of 16, behind the one at hand.
     VOR_AVX2_INLINE void look_up(const uint8_t *at, ptrdiff_t count) {
         constexpr ptrdiff_t size = Code::bytes;
-        uint32_t *const to = room_->looked_up;
-        to[0] = colour_;
+        auto *const to = room_->looked_up;
+        to[0] = static_cast<uint16_t>(colour_);
         if (identity_) {
             for (ptrdiff_t i = 0; i < count; i += 8) {
                 const void *eight = at + i * size;
                 const __m128i codes = _mm_loadu_si128(static_cast<const __m128i *>(eight));
-                store256(to + 1 + i, _mm256_cvtepu16_epi32(_mm_srli_epi16(codes, 8)));
+                const __m128i colours = _mm_srli_epi16(codes, 8);
+                if constexpr (in_words)
+                    _mm_storeu_si128(reinterpret_cast<__m128i *>(to + 1 + i), colours);
+                else
+                    store256(to + 1 + i, _mm256_cvtepu16_epi32(colours));
             }
             return;
         }
@@ -340,6 +388,68 @@ private:
         completed_ += begun_;
     }
 
+    // ---- blocks of many colours, one to one ----
+
+    // As take_blocks. Begins are counted from the first code here, which keeps them below 2^16: a
+    // lane of 32 bits holds the begin of a run above its colour.
+    VOR_AVX2_INLINE ptrdiff_t take_words(const uint8_t *at, const uint8_t *end) {
+        static_assert(most_blocks * block_codes * Code::limit <= UINT16_MAX);
+        const uint32_t start = passed_;
+        const ptrdiff_t most = std::min((end - at) / block_bytes, most_blocks);
+        look_up(at, most * block_codes);
+        room_->begin[0] = colour_;
+        begun_ = 0;
+        ptrdiff_t taken = 0;
+        while (taken < most && take_block_of_words(at + taken * block_bytes,
+                                                   room_->looked_up + taken * block_codes, start))
+            ++taken;
+        make_runs_of_words(start);
+        return taken * block_bytes;
+    }
+
+    VOR_AVX2_INLINE bool take_block_of_words(const uint8_t *at, const uint16_t *before,
+                                             uint32_t start) {
+        const Block<Code> block(at);
+        if (block.has_zero()) return false;
+        const __m256i ends = running_word_sums(block.lengths);
+        const auto length = static_cast<uint32_t>(_mm256_extract_epi16(ends, 15));
+        if (length > window_ - passed_) return false;
+        const __m256i colours = load256(before + 1);
+        const uint32_t changes = ~equal_words(colours, load256(before)) & 0xFFFF;
+        const auto passed = static_cast<int16_t>(passed_ - start);
+        passed_ += length;
+        if (changes == 0) return true;
+        const __m256i begins =
+            _mm256_add_epi16(_mm256_sub_epi16(ends, block.lengths), _mm256_set1_epi16(passed));
+        const __m256i low = _mm256_permute4x64_epi64(colours, 0xD8);
+        const __m256i high = _mm256_permute4x64_epi64(begins, 0xD8);
+        note_begins(_mm256_unpacklo_epi16(low, high), changes & 0xFF);
+        note_begins(_mm256_unpackhi_epi16(low, high), changes >> 8);
+        return true;
+    }
+
+    VOR_AVX2_INLINE void note_begins(__m256i begins, uint32_t changes) {
+        store256(room_->begin + 1 + begun_, gather_lanes(begins, changes));
+        begun_ += lanes_in(changes);
+    }
+
+    VOR_AVX2_INLINE void make_runs_of_words(uint32_t start) {
+        const uint32_t *const begin = room_->begin;
+        lfrun *const first = slot();
+        lfrun *to = first;
+        for (uint32_t i = 0; i < begun_; i += 8, to += order == Order::forward ? 8 : -8) {
+            const __m256i here = load256(begin + i), next = load256(begin + i + 1);
+            const __m256i lengths =
+                _mm256_sub_epi32(_mm256_srli_epi32(next, 16), _mm256_srli_epi32(here, 16));
+            store_runs<order>(to, lengths, _mm256_and_si256(here, every(colour_code_mask)));
+        }
+        if (begun_ == 0) return;
+        first->length += start - begin_;
+        begin_ = start + (begin[begun_] >> 16);
+        colour_ = begin[begun_] & colour_code_mask;
+        completed_ += begun_;
+    }
+
     Scale scale_;
     // The run at hand: where it begins in the output and, if that is not what has passed, where it
     // ends; and its colour, of two colours whether it is the second.
@@ -355,6 +465,7 @@ private:
     uint32_t passed_;
     uint32_t window_;
     Room *room_;
+    ptrdiff_t most_turns_ = most_turns;
     uint32_t begun_ = 0;    // runs noted in the room, the one at hand not counted
     bool identity_ = false; // every number is its own colour
 };

@@ -20,33 +20,41 @@ constexpr auto go_to_window<Fw16> = goto16bol;
 template <>
 constexpr auto go_to_window<Fw88> = goto88bol;
 
+// Decodes one by one, in registers.
+template <Room room, class D>
+Stop decode_singly(D *state, const uint8_t *&position, const uint8_t *end) {
+    D decoder = *state;
+    const uint8_t *at = position;
+    const Stop stop = decoder.template decode<room>(at, end);
+    position = at;
+    *state = decoder;
+    return stop;
+}
+
 // Decodes from `at` to `end`, for which there is room: in bulk as far as that goes, and what bulk
 // does not take code by code, first of all the one that begins the first run.
 template <class D>
 Stop decode_with_room(D *decoder, const uint8_t *&at, const uint8_t *end) {
     static const BulkDecode<D> bulk = bulk_decode<D>();
-    if (!bulk || !bulk_allowed) return decoder->template decode<Room::known>(at, end);
-    for (ptrdiff_t codes = 1;; codes = 32) {
+    if (!bulk || !bulk_allowed) return decode_singly<Room::known>(decoder, at, end);
+    for (ptrdiff_t codes = decoder->runs.pieces_to_aligned();; codes = 32) {
         const ptrdiff_t stretch = std::min(codes * ptrdiff_t{D::Unit::bytes}, end - at);
-        const Stop stop = decoder->template decode<Room::known>(at, at + stretch);
+        const Stop stop = decode_singly<Room::known>(decoder, at, at + stretch);
         if (stop != Stop::at_end || at == end || decoder->passed >= decoder->window) return stop;
         bulk(decoder, at, end);
     }
 }
 
-// Decodes codes that stand in the buffer. The working copy keeps the state of the loop in
-// registers.
+// Decodes codes that stand in the buffer.
 template <class D>
-Stop decode_block(xvor_t *h, D *state) {
-    D decoder = *state;
+Stop decode_block(xvor_t *h, D *decoder) {
     const uint8_t *at = h->bufptr;
     const size_t bytes = bytes_of_codes<typename D::Unit>(h);
-    const size_t room = decoder.runs.room();
+    const size_t room = decoder->runs.room();
     const Stop stop =
-        room != 0 ? decode_with_room(&decoder, at, at + std::min(bytes, room * D::Unit::bytes))
-                  : decoder.template decode<Room::tested>(at, at + bytes);
+        room != 0 ? decode_with_room(decoder, at, at + std::min(bytes, room * D::Unit::bytes))
+                  : decode_singly<Room::tested>(decoder, at, at + bytes);
     h->bufptr += at - h->bufptr;
-    *state = decoder;
     return stop;
 }
 

@@ -1,13 +1,14 @@
 // The codes of a stretch are counted 32 bytes at a time. The zero codes among them show as a mask
 // of stops; the end of the stretch counts as one more. Without a stop in them all lengths are
-// summed, and once more those of colour 1; the last bytes are cut off at the first stop before they
-// are.
+// summed, and once more those of colour 1, two blocks at a time as far as that goes; the last bytes
+// are cut off at the first stop before they are.
 
 #include "vor/checker_avx2.h"
 
 #include <algorithm>
 #include <bit>
 #include <cstring>
+#include <numeric>
 
 #include "codecs/bulk.h"
 #include "platform/cpu.h"
@@ -36,10 +37,10 @@ VOR_AVX2_INLINE __m256i first_bytes(__m256i v, size_t bytes) {
     return _mm256_and_si256(v, _mm256_cmpgt_epi8(limit, load256(places)));
 }
 
-VOR_AVX2_INLINE uint64_t sum64(__m256i v) {
-    alignas(block) uint64_t parts[4];
+VOR_AVX2_INLINE uint64_t sum32(__m256i v) {
+    alignas(block) uint32_t parts[8];
     store256(parts, v);
-    return parts[0] + parts[1] + parts[2] + parts[3];
+    return std::accumulate(parts, parts + 8, uint64_t{0});
 }
 
 struct Fw8 {
@@ -52,11 +53,12 @@ struct Fw8 {
     VOR_AVX2_INLINE static __m256i zeros(__m256i lengths) {
         return _mm256_cmpeq_epi8(lengths, _mm256_setzero_si256());
     }
-    VOR_AVX2_INLINE static __m256i ones(__m256i codes) {
-        return _mm256_cmpgt_epi8(_mm256_setzero_si256(), codes);
-    }
+    VOR_AVX2_INLINE static __m256i least(__m256i a, __m256i b) { return _mm256_min_epu8(a, b); }
     VOR_AVX2_INLINE static __m256i sum(__m256i lengths) {
         return _mm256_sad_epu8(lengths, _mm256_setzero_si256());
+    }
+    VOR_AVX2_INLINE static __m256i sum_ones(__m256i lengths, __m256i codes) {
+        return sum(_mm256_and_si256(lengths, _mm256_cmpgt_epi8(_mm256_setzero_si256(), codes)));
     }
 };
 
@@ -75,34 +77,54 @@ struct Fw16 {
     VOR_AVX2_INLINE static __m256i zeros(__m256i lengths) {
         return _mm256_cmpeq_epi16(lengths, _mm256_setzero_si256());
     }
-    VOR_AVX2_INLINE static __m256i ones(__m256i codes) { return _mm256_srai_epi16(codes, 15); }
+    VOR_AVX2_INLINE static __m256i least(__m256i a, __m256i b) { return _mm256_min_epi16(a, b); }
     VOR_AVX2_INLINE static __m256i sum(__m256i lengths) {
-        const __m256i high = _mm256_srli_epi16(lengths, 8);
-        const __m256i low = _mm256_and_si256(lengths, _mm256_set1_epi16(0xFF));
-        const __m256i zero = _mm256_setzero_si256();
-        return _mm256_add_epi64(_mm256_sad_epu8(low, zero),
-                                _mm256_slli_epi64(_mm256_sad_epu8(high, zero), 8));
+        return _mm256_madd_epi16(lengths, _mm256_set1_epi16(1));
+    }
+    VOR_AVX2_INLINE static __m256i sum_ones(__m256i lengths, __m256i codes) {
+        return _mm256_madd_epi16(lengths, _mm256_srli_epi16(codes, 15));
     }
 };
+
+// Sums in lanes of 32 bits.
+template <class Code>
+struct TwoSums {
+    VOR_AVX2_INLINE TwoSums() : all(_mm256_setzero_si256()), ones(_mm256_setzero_si256()) {}
+    VOR_AVX2_INLINE void add(__m256i lengths, __m256i codes) {
+        all = _mm256_add_epi32(all, Code::sum(lengths));
+        ones = _mm256_add_epi32(ones, Code::sum_ones(lengths, codes));
+    }
+
+    __m256i all;
+    __m256i ones;
+};
+static_assert(TrackBytes::room / block * 2 * INT16_MAX <= UINT32_MAX);
 
 template <class Code>
 VOR_AVX2 size_t add_two_colours(const uint8_t *from, size_t count, ColourCounts *colours,
                                 uint64_t *pixels) {
     const size_t bytes = count * Code::bytes;
-    __m256i all = _mm256_setzero_si256(), ones = all;
-    for (size_t at = 0;; at += block) {
+    TwoSums<Code> sums;
+    size_t at = 0;
+    for (; bytes - at >= 2 * block; at += 2 * block) {
+        const __m256i codes[] = {Code::load(from + at), Code::load(from + at + block)};
+        const __m256i lengths[] = {Code::lengths(codes[0]), Code::lengths(codes[1])};
+        if (byte_signs(Code::zeros(Code::least(lengths[0], lengths[1]))) != 0) break;
+        sums.add(lengths[0], codes[0]);
+        sums.add(lengths[1], codes[1]);
+    }
+    for (;; at += block) {
         const __m256i codes = Code::load(from + at);
         __m256i lengths = Code::lengths(codes);
         const uint32_t stops = byte_signs(Code::zeros(lengths)) | from_byte(bytes - at);
         const auto passed = static_cast<size_t>(std::countr_zero(stops));
         if (stops != 0) lengths = first_bytes(lengths, passed);
-        all = _mm256_add_epi64(all, Code::sum(lengths));
-        ones = _mm256_add_epi64(ones, Code::sum(_mm256_and_si256(lengths, Code::ones(codes))));
+        sums.add(lengths, codes);
         if (stops == 0) continue;
-        const uint64_t sum = sum64(all), sum_ones = sum64(ones);
-        colours->pixels[255] += sum_ones;
-        colours->pixels[0] += sum - sum_ones;
-        *pixels += sum;
+        const uint64_t all = sum32(sums.all), ones = sum32(sums.ones);
+        colours->pixels[255] += ones;
+        colours->pixels[0] += all - ones;
+        *pixels += all;
         return (at + passed) / Code::bytes;
     }
 }
@@ -130,16 +152,16 @@ VOR_AVX2 size_t add_fw88(const uint8_t *from, size_t count, ColourCounts *colour
         const uint32_t stops =
             byte_signs(_mm256_cmpeq_epi16(lengths, zero)) | from_byte(2 * count - at);
         if (stops == 0) {
-            all = _mm256_add_epi64(all, _mm256_sad_epu8(lengths, zero));
+            all = _mm256_add_epi32(all, _mm256_sad_epu8(lengths, zero));
             for (size_t i = 0; i < block; i += sizeof(uint64_t))
                 add_pairs(load64(from + at + i), colours);
             continue;
         }
         const auto passed = static_cast<size_t>(std::countr_zero(stops));
-        all = _mm256_add_epi64(all, _mm256_sad_epu8(first_bytes(lengths, passed), zero));
+        all = _mm256_add_epi32(all, _mm256_sad_epu8(first_bytes(lengths, passed), zero));
         for (size_t i = 0; i < passed; i += 2)
             colours->pairs[0][from[at + i + 1]] += from[at + i];
-        *pixels += sum64(all);
+        *pixels += sum32(all);
         return (at + passed) / 2;
     }
 }

@@ -113,7 +113,7 @@ public:
         choose_window(&s);
         s.bufsize =
             static_cast<uint32_t>(code_bytes(form_)) * (1 + below(below(2) == 0 ? 6 : 2000));
-        s.room = count + 1;
+        s.room = count + 1 + (below(2) == 0 ? 40 : 0);
         constexpr Colours colours[] = {Colours::of_pairs, Colours::same_at_ends, Colours::own};
         s.colours = colours[below(3)];
         return s;
