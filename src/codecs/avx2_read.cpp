@@ -21,6 +21,7 @@
 #ifdef VOR_AVX2_KERNELS
 
 #include "codecs/avx2_blocks.h"
+#include "codecs/avx2_turns.h"
 
 namespace vor {
 namespace {
@@ -78,7 +79,7 @@ class BulkDecoder {
     // Whether lengths and colours have 16 bits each from the code to the run.
     static constexpr bool in_words = !two_colours && D::one_to_one;
     // Blocks that are worked on together. In those that are no turns the next may be.
-    static constexpr ptrdiff_t most_blocks = in_words ? 16 : two_colours && D::one_to_one ? 1 : 8;
+    static constexpr ptrdiff_t most_blocks = in_words ? 16 : 8;
 
 public:
     // What may be written behind the runs that count.
@@ -123,7 +124,7 @@ public:
         while (at != end) {
             ptrdiff_t bytes = 0;
             if constexpr (D::one_to_one) bytes = take_turns(at, end);
-            if (bytes == 0 && end - at >= block_bytes) bytes = take_blocks(at, end);
+            if (bytes == 0) bytes = take_blocks(at, end);
             if constexpr (D::one_to_one)
                 if (bytes == 0) bytes = take_last_turns(at, end);
             if (bytes == 0) break;
@@ -229,6 +230,13 @@ private:
         return took_turns(at, count, length);
     }
 
+    VOR_AVX2_INLINE bool are_turns(const uint8_t *at, const uint8_t *end) const {
+        if constexpr (!D::one_to_one) return false;
+        if (!two_colours && !identity_) return false;
+        return end - at >= Turns<Code>::bytes &&
+               Turns<Code>(at, TurnVector<Code>::colour_bits(second_ == 0)).hold();
+    }
+
     // `count` turns at `at`, `length` pixels together, have been stored behind the run at hand,
     // which has yet to be.
     VOR_AVX2_INLINE ptrdiff_t took_turns(const uint8_t *at, size_t count, uint32_t length) {
@@ -245,51 +253,52 @@ private:
         return static_cast<ptrdiff_t>(bytes);
     }
 
-    // ---- groups of eight codes ----
+    // ---- blocks of any codes ----
 
-    // Takes blocks, up to the first that holds a zero code or goes beyond the window. It notes
-    // where runs begin, and makes runs of that at the end. Gives the blocks' bytes.
+    // Takes blocks, up to the first that holds a zero code, goes beyond the window or is one of
+    // turns. Gives their bytes.
     VOR_AVX2_INLINE ptrdiff_t take_blocks(const uint8_t *at, const uint8_t *end) {
-        if constexpr (in_words) return take_words(at, end);
-        const uint32_t first_second = second_;
-        begun_ = 0;
-        room_->begin[0] = begin_;
         const ptrdiff_t most = std::min((end - at) / block_bytes, most_blocks);
-        if constexpr (!two_colours) {
-            room_->colour[0] = colour_;
-            look_up(at, most * block_codes);
-        }
+        if (most == 0) return 0;
+        begin_blocks(at, most);
         ptrdiff_t taken = 0;
-        while (taken < most &&
-               take_block(at + taken * block_bytes,
-                          room_->looked_up + (two_colours ? 0 : taken * block_codes)))
+        while (taken < most && (taken == 0 || !are_turns(at + taken * block_bytes, end)) &&
+               take_block(at + taken * block_bytes, taken))
             ++taken;
-        make_runs(first_second);
+        make_runs();
         return taken * block_bytes;
     }
 
-    // `colours`, which begin with the one before the block, have been looked up. False, and nothing
-    // happens, if the block at `at` is not to be taken.
-    template <class Colour>
-    VOR_AVX2_INLINE bool take_block(const uint8_t *at, const Colour *colours) {
+    // Where runs begin is noted, and runs are made of that at the end.
+    VOR_AVX2_INLINE void begin_blocks(const uint8_t *at, ptrdiff_t count) {
+        begun_ = 0;
+        start_ = passed_;
+        first_second_ = second_;
+        room_->begin[0] = in_words ? colour_ : begin_;
+        if constexpr (!two_colours) {
+            room_->colour[0] = colour_;
+            look_up(at, count * block_codes);
+        }
+    }
+
+    // False, and nothing happens, if the block at `at`, the number `index` of those begun, is not
+    // to be taken.
+    VOR_AVX2_INLINE bool take_block(const uint8_t *at, ptrdiff_t index) {
         const Block<Code> block(at);
         if (block.has_zero()) return false;
-        const uint32_t length = block.sum();
-        if (length > window_ - passed_) return false;
-        __m256i passed = every(passed_);
-        passed_ += length;
-        if constexpr (two_colours && D::one_to_one) {
-            // All of them may belong to the run at hand.
-            if ((block.seconds ^ (block.seconds << 1 | second_)) == 0) return true;
-        }
-        for (uint32_t i = 0; i < block.codes; i += 8) {
-            const uint8_t *eight = at + i * Code::bytes;
+        if constexpr (in_words) {
+            return take_words(block, room_->looked_up + index * block_codes);
+        } else {
+            const uint32_t length = block.sum();
+            if (length > window_ - passed_) return false;
+            __m256i passed = every(passed_);
+            passed_ += length;
             if constexpr (two_colours)
-                take_two_colours(eight, block.seconds >> i & 0xFF, &passed);
+                take_two_colours(at, block.seconds, &passed);
             else
-                take_colours(eight, load256(colours + 1 + i), &passed);
+                take_colours(at, room_->looked_up + index * block_codes + 1, &passed);
+            return true;
         }
-        return true;
     }
 
     // The positions in the output that eight codes begin at; `pieces` gets the set of those that do
@@ -311,30 +320,47 @@ private:
 
     // The runs' colours alternate: only where they change needs to be known.
     VOR_AVX2_INLINE void take_two_colours(const uint8_t *at, uint32_t seconds, __m256i *passed) {
-        uint32_t pieces;
-        const __m256i begins = begins_of(Block<Code>::eight_lengths(at), passed, &pieces);
-        uint32_t changes;
         if constexpr (D::one_to_one) {
-            changes = (seconds ^ (seconds << 1 | second_)) & 0xFF;
-            second_ = seconds >> 7;
-        } else {
-            const uint32_t packed = _pext_u32(seconds, pieces);
-            const uint32_t with_last = packed << 1 | second_;
-            changes = _pdep_u32(packed ^ with_last, pieces);
-            second_ = with_last >> lanes_in(pieces) & 1;
+            // All of them may belong to the run at hand.
+            if ((seconds ^ (seconds << 1 | second_)) == 0) return;
         }
+        for (uint32_t i = 0; i < block_codes; i += 8) {
+            uint32_t pieces;
+            const __m256i lengths = Block<Code>::eight_lengths(at + i * Code::bytes);
+            const __m256i begins = begins_of(lengths, passed, &pieces);
+            note_begins(begins, changes_of_two(seconds >> i & 0xFF, pieces));
+        }
+    }
+
+    // The pieces that have another colour than the piece before.
+    VOR_AVX2_INLINE uint32_t changes_of_two(uint32_t seconds, uint32_t pieces) {
+        if constexpr (D::one_to_one) {
+            const uint32_t changes = (seconds ^ (seconds << 1 | second_)) & 0xFF;
+            second_ = seconds >> 7;
+            return changes;
+        }
+        const uint32_t packed = _pext_u32(seconds, pieces);
+        const uint32_t with_last = packed << 1 | second_;
+        second_ = with_last >> lanes_in(pieces) & 1;
+        return _pdep_u32(packed ^ with_last, pieces);
+    }
+
+    VOR_AVX2_INLINE void note_begins(__m256i begins, uint32_t changes) {
         store256(room_->begin + 1 + begun_, gather_lanes(begins, changes));
         begun_ += lanes_in(changes);
     }
 
-    VOR_AVX2_INLINE void take_colours(const uint8_t *at, __m256i colours, __m256i *passed) {
-        uint32_t pieces;
-        const __m256i begins = begins_of(Block<Code>::eight_lengths(at), passed, &pieces);
-        const uint32_t changes = changes_of_pieces(colours, pieces);
-        const __m256i changed = lanes_of(changes);
-        store256(room_->begin + 1 + begun_, _mm256_permutevar8x32_epi32(begins, changed));
-        store256(room_->colour + 1 + begun_, _mm256_permutevar8x32_epi32(colours, changed));
-        begun_ += lanes_in(changes);
+    template <class Colour>
+    VOR_AVX2_INLINE void take_colours(const uint8_t *at, const Colour *looked_up, __m256i *passed) {
+        for (uint32_t i = 0; i < block_codes; i += 8) {
+            uint32_t pieces;
+            const __m256i lengths = Block<Code>::eight_lengths(at + i * Code::bytes);
+            const __m256i begins = begins_of(lengths, passed, &pieces);
+            const __m256i colours = load256(looked_up + i);
+            const uint32_t changes = changes_of_pieces(colours, pieces);
+            store256(room_->colour + 1 + begun_, gather_lanes(colours, changes));
+            note_begins(begins, changes);
+        }
     }
 
     // The pieces that have another colour than the piece before.
@@ -370,16 +396,16 @@ private:
             to[1 + i] = palette_.table[at[i * size + 1]];
     }
 
-    // Each run but the last of those begun ends where the next one begins. `first_second`: of two
-    // colours, the first run has the second.
-    VOR_AVX2_INLINE void make_runs(uint32_t first_second) {
+    // Each run but the last of those begun ends where the next one begins.
+    VOR_AVX2_INLINE void make_runs() {
+        if constexpr (in_words) return make_runs_of_words();
         const uint32_t *const begin = room_->begin;
         lfrun *to = slot();
         for (uint32_t i = 0; i < begun_; i += 8, to += order == Order::forward ? 8 : -8) {
             const __m256i lengths = _mm256_sub_epi32(load256(begin + i + 1), load256(begin + i));
             __m256i colours;
             if constexpr (two_colours)
-                colours = load256(room_->turns + first_second);
+                colours = load256(room_->turns + first_second_);
             else
                 colours = load256(room_->colour + i);
             store_runs<order>(to, lengths, colours);
@@ -390,33 +416,17 @@ private:
 
     // ---- blocks of many colours, one to one ----
 
-    // As take_blocks. Begins are counted from the first code here, which keeps them below 2^16: a
-    // lane of 32 bits holds the begin of a run above its colour.
-    VOR_AVX2_INLINE ptrdiff_t take_words(const uint8_t *at, const uint8_t *end) {
-        static_assert(most_blocks * block_codes * Code::limit <= UINT16_MAX);
-        const uint32_t start = passed_;
-        const ptrdiff_t most = std::min((end - at) / block_bytes, most_blocks);
-        look_up(at, most * block_codes);
-        room_->begin[0] = colour_;
-        begun_ = 0;
-        ptrdiff_t taken = 0;
-        while (taken < most && take_block_of_words(at + taken * block_bytes,
-                                                   room_->looked_up + taken * block_codes, start))
-            ++taken;
-        make_runs_of_words(start);
-        return taken * block_bytes;
-    }
-
-    VOR_AVX2_INLINE bool take_block_of_words(const uint8_t *at, const uint16_t *before,
-                                             uint32_t start) {
-        const Block<Code> block(at);
-        if (block.has_zero()) return false;
+    // Begins are counted from the first of the blocks, which keeps them below 2^16: a lane of 32
+    // bits holds the begin of a run above its colour. `before`: the colours, from the code before
+    // the block on.
+    VOR_AVX2_INLINE bool take_words(const Block<Code> &block, const uint16_t *before) {
+        static_assert(!in_words || most_blocks * block_codes * Code::limit <= UINT16_MAX);
         const __m256i ends = running_word_sums(block.lengths);
         const auto length = static_cast<uint32_t>(_mm256_extract_epi16(ends, 15));
         if (length > window_ - passed_) return false;
         const __m256i colours = load256(before + 1);
         const uint32_t changes = ~equal_words(colours, load256(before)) & 0xFFFF;
-        const auto passed = static_cast<int16_t>(passed_ - start);
+        const auto passed = static_cast<int16_t>(passed_ - start_);
         passed_ += length;
         if (changes == 0) return true;
         const __m256i begins =
@@ -428,12 +438,8 @@ private:
         return true;
     }
 
-    VOR_AVX2_INLINE void note_begins(__m256i begins, uint32_t changes) {
-        store256(room_->begin + 1 + begun_, gather_lanes(begins, changes));
-        begun_ += lanes_in(changes);
-    }
-
-    VOR_AVX2_INLINE void make_runs_of_words(uint32_t start) {
+    VOR_AVX2_INLINE void make_runs_of_words() {
+        if (begun_ == 0) return;
         const uint32_t *const begin = room_->begin;
         lfrun *const first = slot();
         lfrun *to = first;
@@ -443,9 +449,8 @@ private:
                 _mm256_sub_epi32(_mm256_srli_epi32(next, 16), _mm256_srli_epi32(here, 16));
             store_runs<order>(to, lengths, _mm256_and_si256(here, every(colour_code_mask)));
         }
-        if (begun_ == 0) return;
-        first->length += start - begin_;
-        begin_ = start + (begin[begun_] >> 16);
+        first->length += start_ - begin_;
+        begin_ = start_ + (begin[begun_] >> 16);
         colour_ = begin[begun_] & colour_code_mask;
         completed_ += begun_;
     }
@@ -466,7 +471,11 @@ private:
     uint32_t window_;
     Room *room_;
     ptrdiff_t most_turns_ = most_turns;
-    uint32_t begun_ = 0;    // runs noted in the room, the one at hand not counted
+    // Of the blocks being taken: where they begin in the window; of two colours, whether the run
+    // at hand then had the second; runs noted in the room, the one at hand not counted.
+    uint32_t start_ = 0;
+    uint32_t first_second_ = 0;
+    uint32_t begun_ = 0;
     bool identity_ = false; // every number is its own colour
 };
 

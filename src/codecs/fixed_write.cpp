@@ -92,16 +92,17 @@ void mark_blank(xvor_t *h, uint32_t colour) {
     h->seektab[h->track] = ~Code::blank_code(colour);
 }
 
-// Between the runs that are taken in bulk some are put one by one, more of them where few are
-// taken.
+// Between the runs that are taken in bulk some are put one by one: one, and twice as many each time
+// that none is taken.
 template <class Code>
 bool put_all_runs(CodeWriter<Code> *writer, const xvor_t *h, const trackbuf *t) {
     const bool forward = !has(h, LF_YMIRROR);
+    int32_t singles = 1;
     for (int32_t i = 0; i < t->nruns;) {
         const int32_t taken = forward ? writer->put_runs(t->data + i, t->nruns - i) : 0;
         i += taken;
-        const int32_t some = std::min(taken != 0 ? 8 : 64, t->nruns - i);
-        for (const int32_t upto = i + some; i < upto; ++i) {
+        singles = taken != 0 ? 1 : std::min(2 * singles, 64);
+        for (const int32_t upto = i + std::min(singles, t->nruns - i); i < upto; ++i) {
             const lfrun &run = run_to_write(h, t, i);
             if (!writer->put_run(run.length, Code::file_colour(h, run.colour))) return false;
         }
