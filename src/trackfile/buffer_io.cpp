@@ -25,13 +25,6 @@ int32_t fill(xvor_t *h) {
     return static_cast<int32_t>(got);
 }
 
-// Bytes in the buffer that wait to be written; the buffer counts as written from now on.
-size_t take_written(xvor_t *h) {
-    const ptrdiff_t size = h->bufptr - h->buf;
-    h->bufptr = h->buf;
-    return size > 0 ? static_cast<size_t>(size) : 0;
-}
-
 int32_t flush(xvor_t *h, size_t size, const char *where) {
     h->bufpos += static_cast<int64_t>(size);
     const uint64_t start = rdtsc();

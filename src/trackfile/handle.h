@@ -29,6 +29,14 @@ inline void forget_buffer(xvor_t *h) {
     h->bufptr = h->bufend = h->buf;
 }
 
+// Bytes in the buffer that wait to be written, none after a blank track. The buffer counts as
+// written from now on.
+inline size_t take_written(xvor_t *h) {
+    const ptrdiff_t size = h->bufptr - h->buf;
+    h->bufptr = h->buf;
+    return size > 0 ? static_cast<size_t>(size) : 0;
+}
+
 // A number that no handle had before. A track buffer remembers it, so that a new handle at the
 // address of a closed one, or a new geometry, is never taken for the old one.
 uint32_t next_serial();

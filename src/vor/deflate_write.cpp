@@ -37,13 +37,6 @@ int32_t deflate_track(xvor_t *h, size_t size, const char *where) {
     }
 }
 
-// Bytes in the buffer; a blank track has left none.
-size_t take_track(xvor_t *h) {
-    const ptrdiff_t size = h->bufptr - h->buf;
-    h->bufptr = h->buf;
-    return size > 0 ? static_cast<size_t>(size) : 0;
-}
-
 } // namespace
 
 int32_t setwrite(xvor_t *h) {
@@ -78,12 +71,12 @@ int32_t zwritetrack(xvor_t *h, trackbuf *t) {
 }
 
 int32_t zflushbuf(xvor_t *h) {
-    const size_t size = take_track(h);
+    const size_t size = take_written(h);
     return size == 0 ? 0 : deflate_track(h, size, "zflushbuf");
 }
 
 int32_t zflushbuf_sw(xvor_t *h) {
-    const size_t size = take_track(h);
+    const size_t size = take_written(h);
     if (size == 0) return 0;
     swapshort(h->buf, size);
     return deflate_track(h, size, "zflushbuf_sw");

@@ -293,18 +293,6 @@ void HeaderCheck::check_sections() {
     }
 }
 
-// The words of the five offsets.
-struct OffsetWords {
-    size_t low;
-    size_t high;
-};
-
-constexpr OffsetWords offsets[] = {{offsetof(vorhdr, stopoff_lo), offsetof(vorhdr, stopoff_hi)},
-                                   {offsetof(vorhdr, seekoff_lo), offsetof(vorhdr, seekoff_hi)},
-                                   {offsetof(vorhdr, ctaboff_lo), offsetof(vorhdr, ctaboff_hi)},
-                                   {offsetof(vorhdr, cinfooff_lo), offsetof(vorhdr, cinfooff_hi)},
-                                   {offsetof(vorhdr, tagoff_lo), offsetof(vorhdr, tagoff_hi)}};
-
 uint32_t HeaderCheck::word_at(size_t offset) const {
     return number_at<uint32_t>(layout_.bytes.data() + offset, layout_.order);
 }
@@ -312,7 +300,7 @@ uint32_t HeaderCheck::word_at(size_t offset) const {
 void HeaderCheck::check_offset_width() {
     const bool wide = layout_.has(HF_OFF64);
     bool wanted = layout_.has(HF_SEEK64);
-    for (const OffsetWords &words : offsets) {
+    for (const OffsetWords &words : offset_words) {
         const uint32_t high = word_at(words.high);
         wanted = wanted || word_at(words.low) > narrow_limit || (wide && high != 0);
         if (wide || high == 0) continue;

@@ -3,20 +3,6 @@
 namespace vor::tool {
 namespace {
 
-struct OffsetWords {
-    size_t low;
-    size_t high;
-};
-
-// In the order of SectionKind.
-constexpr OffsetWords offset_words[] = {
-    {offsetof(vorhdr, stopoff_lo), offsetof(vorhdr, stopoff_hi)},
-    {offsetof(vorhdr, seekoff_lo), offsetof(vorhdr, seekoff_hi)},
-    {offsetof(vorhdr, ctaboff_lo), offsetof(vorhdr, ctaboff_hi)},
-    {offsetof(vorhdr, cinfooff_lo), offsetof(vorhdr, cinfooff_hi)},
-    {offsetof(vorhdr, tagoff_lo), offsetof(vorhdr, tagoff_hi)},
-};
-
 constexpr int64_t narrow_limit = 0x7FFFFFFF; // from here on the library has the high words count
 
 } // namespace

@@ -11,14 +11,6 @@
 
 namespace vor::tool {
 
-template <class Number>
-void put_number(uint8_t *bytes, Number value, ByteOrder order) {
-    for (size_t i = 0; i < sizeof(Number); ++i) {
-        const size_t place = order == ByteOrder::little ? i : sizeof(Number) - 1 - i;
-        bytes[i] = static_cast<uint8_t>(value >> (8 * place));
-    }
-}
-
 class HeaderPatch {
 public:
     explicit HeaderPatch(const NativeLayout &layout);

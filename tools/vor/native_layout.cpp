@@ -38,18 +38,11 @@ int64_t join_offset(const NativeLayout &layout, uint32_t low, uint32_t high) {
 
 void add_section(NativeLayout *layout, SectionKind kind, int64_t offset, int64_t entries,
                  int64_t entry_bytes) {
-    struct Form {
-        const char *name;
-        size_t offset_field;
-    };
-    static constexpr Form forms[] = {{"stop table", offsetof(vorhdr, stopoff_lo)},
-                                     {"seek table", offsetof(vorhdr, seekoff_lo)},
-                                     {"colour tables", offsetof(vorhdr, ctaboff_lo)},
-                                     {"colour info", offsetof(vorhdr, cinfooff_lo)},
-                                     {"tag list", offsetof(vorhdr, tagoff_lo)}};
-    const Form &form = forms[static_cast<size_t>(kind)];
-    layout->sections.push_back({kind, form.name, offset, entries * entry_bytes, entries,
-                                static_cast<int32_t>(form.offset_field)});
+    static constexpr const char *names[] = {"stop table", "seek table", "colour tables",
+                                            "colour info", "tag list"};
+    const auto which = static_cast<size_t>(kind);
+    layout->sections.push_back({kind, names[which], offset, entries * entry_bytes, entries,
+                                static_cast<int32_t>(offset_words[which].low)});
 }
 
 // The library asks for a stop or seek table that begins at 0 as little as for one that is not

@@ -32,6 +32,14 @@ Number number_at(const uint8_t *bytes, ByteOrder order) {
     return static_cast<Number>(value);
 }
 
+template <class Number>
+void put_number(uint8_t *bytes, Number value, ByteOrder order) {
+    for (size_t i = 0; i < sizeof(Number); ++i) {
+        const size_t place = order == ByteOrder::little ? i : sizeof(Number) - 1 - i;
+        bytes[i] = static_cast<uint8_t>(value >> (8 * place));
+    }
+}
+
 // ---- header fields
 
 enum class FieldKind { u32, i32, f32, f64, bytes };
@@ -61,6 +69,19 @@ inline constexpr uint32_t known_flags = 0x7FFFF & ~UINT32_C(0x1080);
 // ---- layout
 
 enum class SectionKind { stops, seek_table, colour_tables, colour_info, tags };
+
+// Where in the header the two halves of a section's offset stand, in the order of SectionKind.
+struct OffsetWords {
+    size_t low;
+    size_t high;
+};
+inline constexpr OffsetWords offset_words[] = {
+    {offsetof(vorhdr, stopoff_lo), offsetof(vorhdr, stopoff_hi)},
+    {offsetof(vorhdr, seekoff_lo), offsetof(vorhdr, seekoff_hi)},
+    {offsetof(vorhdr, ctaboff_lo), offsetof(vorhdr, ctaboff_hi)},
+    {offsetof(vorhdr, cinfooff_lo), offsetof(vorhdr, cinfooff_hi)},
+    {offsetof(vorhdr, tagoff_lo), offsetof(vorhdr, tagoff_hi)},
+};
 
 struct NativeSection {
     SectionKind kind = SectionKind::stops;

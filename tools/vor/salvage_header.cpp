@@ -24,13 +24,6 @@ constexpr int32_t outvoted = 2;
 // How much of a file is read in each possible coding.
 constexpr int64_t compared_bytes = 1 << 24;
 
-void put_word(HeaderBytes *bytes, size_t offset, uint32_t value, ByteOrder order) {
-    for (size_t i = 0; i < sizeof value; ++i) {
-        const size_t place = order == ByteOrder::little ? i : sizeof value - 1 - i;
-        (*bytes)[offset + place] = static_cast<uint8_t>(value >> (8 * i));
-    }
-}
-
 uint32_t word_at(const HeaderBytes &bytes, size_t offset, ByteOrder order) {
     return number_at<uint32_t>(bytes.data() + offset, order);
 }
@@ -178,7 +171,7 @@ void Mender::take_shape(const Evidence &evidence, bool guessed) {
               shape.order != order_ ? why : "nothing tells it");
     }
     order_ = shape.order;
-    put_word(&bytes_, offsetof(vorhdr, type), type, order_);
+    put_number(bytes_.data() + offsetof(vorhdr, type), type, order_);
     evidence_ = evidence;
 }
 
@@ -220,7 +213,7 @@ void Mender::settle_pixels() {
     }
     if (!is_size(pixels))
         give_up("nothing tells how many pixels a track has; say it with --pixels");
-    put_word(&bytes_, offsetof(vorhdr, pixels), pixels, order_);
+    put_number(bytes_.data() + offsetof(vorhdr, pixels), pixels, order_);
 }
 
 // Whether a section behind the seek table stands where the header says: a tag list can be walked
@@ -253,7 +246,7 @@ std::optional<int64_t> Mender::tracks_by_seek_table(bool claim_is_possible) cons
     const bool cut = next == file_.size() && count < int64_t{now.header.tracks};
     if (cut && claim_is_possible) return std::nullopt;
     HeaderBytes counted = bytes_;
-    put_word(&counted, offsetof(vorhdr, tracks), static_cast<uint32_t>(count), order_);
+    put_number(counted.data() + offsetof(vorhdr, tracks), static_cast<uint32_t>(count), order_);
     now = layout_of(file_, counted, order_);
     for (int64_t n = 0; n < count; ++n) {
         const std::optional<int64_t> entry = seek_entry(file_, now, n);
@@ -290,7 +283,7 @@ void Mender::settle_tracks() {
         }
     }
     if (!is_size(tracks)) give_up("no track can be found");
-    put_word(&bytes_, offsetof(vorhdr, tracks), tracks, order_);
+    put_number(bytes_.data() + offsetof(vorhdr, tracks), tracks, order_);
 }
 
 bool is_resolution(double value) {
@@ -336,10 +329,10 @@ NativeLayout with_seek_table(FileBytes &file, const NativeLayout &layout, int64_
     const auto high = static_cast<uint32_t>(static_cast<uint64_t>(offset) >> 32);
     uint32_t flags = layout.flags | HF_SEEKTAB | (high != 0 ? HF_OFF64 : 0);
     flags = wide ? flags | HF_SEEK64 : flags & ~HF_SEEK64;
-    put_word(&bytes, offsetof(vorhdr, hflags), flags, layout.order);
-    put_word(&bytes, offsetof(vorhdr, version), VOR_VERSION, layout.order);
-    put_word(&bytes, offsetof(vorhdr, seekoff_lo), low, layout.order);
-    put_word(&bytes, offsetof(vorhdr, seekoff_hi), high, layout.order);
+    put_number(bytes.data() + offsetof(vorhdr, hflags), flags, layout.order);
+    put_number(bytes.data() + offsetof(vorhdr, version), VOR_VERSION, layout.order);
+    put_number(bytes.data() + offsetof(vorhdr, seekoff_lo), low, layout.order);
+    put_number(bytes.data() + offsetof(vorhdr, seekoff_hi), high, layout.order);
     return layout_of(file, bytes, layout.order);
 }
 
