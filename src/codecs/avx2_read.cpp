@@ -7,7 +7,7 @@
 // them. No branch depends on the data.
 //
 // Where no code is scaled away and all neighbours differ, which is the rule in most tracks, each
-// code is a run of its own: then whole blocks are spread out as they stand.
+// code is a run of its own: then the codes are spread out as they stand (avx2_turns.h).
 //
 // Runs are stored by vectors, so that some places behind the last run are written to as well: the
 // caller has room for them.
@@ -72,8 +72,9 @@ template <class D>
 class BulkDecoder {
     using Code = typename D::Unit;
     static constexpr Order order = D::run_order;
+    static constexpr ptrdiff_t unit = Code::bytes;
     static constexpr ptrdiff_t block_codes = Block<Code>::codes;
-    static constexpr ptrdiff_t block_bytes = block_codes * Code::bytes;
+    static constexpr ptrdiff_t block_bytes = block_codes * unit;
     static constexpr bool two_colours = std::is_base_of_v<TwoColours, Code>;
     using Scale = VectorScale<D::one_to_one>;
     // Whether lengths and colours have 16 bits each from the code to the run.
@@ -83,7 +84,7 @@ class BulkDecoder {
 
 public:
     // What may be written behind the runs that count.
-    static constexpr size_t spare = D::one_to_one ? Turns<Code>::codes : 8;
+    static constexpr size_t spare = D::one_to_one ? size_t{Turns<Code>::codes} : 8;
 
     // What is worked with in memory.
     struct Room {
@@ -150,11 +151,12 @@ private:
             return last_lane(ends_);
     }
 
+    // The colours stand above the lengths; the second one has its bit there too.
     VOR_AVX2_INLINE void note_differences() {
         __m256i first_clear = _mm256_setzero_si256(), first_set = first_clear;
         if constexpr (two_colours) {
-            const int clear = palette_.clear & colour_code_mask,
-                      set = palette_.set & colour_code_mask;
+            const int clear = palette_.clear & colour_code_mask;
+            const int set = palette_.set & colour_code_mask;
             constexpr int bit = Code::limit + 1;
             first_clear = _mm256_setr_epi32(0, clear, bit, set, 0, clear, bit, set);
             first_set = _mm256_setr_epi32(bit, set, 0, clear, bit, set, 0, clear);
@@ -174,7 +176,7 @@ private:
         return order == Order::forward ? slot() + 1 : slot() - 1;
     }
 
-    // ---- blocks in which all codes are runs ----
+    // ---- codes that are all runs ----
 
     // How many times 64 bytes of turns are summed before the sum is held against the window. Where
     // they went beyond it, it is once from then on.
@@ -188,7 +190,7 @@ private:
         if (end - at < Turns<Code>::bytes) return take_last_turns(at, end);
         if (!two_colours && !identity_) return 0;
         const __m256i bits = TurnVector<Code>::colour_bits(second_ == 0);
-        const __m256i colours = load256(room_->differences[second_]);
+        const __m256i differences = load256(room_->differences[second_]);
         lfrun *next = slot_behind();
         const ptrdiff_t most = std::min((end - at) / Turns<Code>::bytes, most_turns_);
         __m256i sums = _mm256_setzero_si256();
@@ -198,8 +200,8 @@ private:
             const Turns<Code> turns(from, bits);
             if (!turns.hold()) break;
             sums = _mm256_add_epi32(sums, turns.sums());
-            TurnsStore<Code, order>(next, from, colours);
-            next += order == Order::forward ? Turns<Code>::codes : -Turns<Code>::codes;
+            store_turns<Code, order>(next, from, differences);
+            next += order == Order::forward ? turns.codes : -turns.codes;
         }
         if (taken == 0) return 0;
         const uint32_t length = sum_of(sums);
@@ -207,26 +209,24 @@ private:
             most_turns_ = 1;
             return 0;
         }
-        return took_turns(at, static_cast<size_t>(taken) * Turns<Code>::codes, length);
+        return took_turns(at, taken * Turns<Code>::codes, length);
     }
 
     // Takes the turns in front of a zero code or of the end, if those are less than 64 bytes.
     VOR_AVX2_INLINE ptrdiff_t take_last_turns(const uint8_t *at, const uint8_t *end) {
         if (!two_colours && !identity_) return 0;
-        uint8_t copy[Code::bytes + Turns<Code>::bytes] = {};
+        uint8_t copy[unit + Turns<Code>::bytes] = {};
         const uint8_t *codes = at;
         if (end - at < Turns<Code>::bytes) {
-            const auto bytes = static_cast<size_t>(end - at) + Code::bytes;
-            std::memcpy(copy, at - Code::bytes, bytes);
-            codes = copy + Code::bytes;
+            std::memcpy(copy, at - unit, static_cast<size_t>(end - at + unit));
+            codes = copy + unit;
         }
         const Turns<Code> turns(codes, TurnVector<Code>::colour_bits(second_ == 0));
-        const size_t count = turns.holding();
-        if (count == 0 || count == turns.codes || Code::length(codes + count * Code::bytes) != 0)
-            return 0;
+        const ptrdiff_t count = turns.holding();
+        if (count == 0 || count == turns.codes || Code::length(codes + count * unit) != 0) return 0;
         const uint32_t length = sum_of(turns.sums_of_first(count));
         if (length > window_ - passed_) return 0;
-        TurnsStore<Code, order>(slot_behind(), codes, load256(room_->differences[second_]));
+        store_turns<Code, order>(slot_behind(), codes, load256(room_->differences[second_]));
         return took_turns(at, count, length);
     }
 
@@ -239,18 +239,18 @@ private:
 
     // `count` turns at `at`, `length` pixels together, have been stored behind the run at hand,
     // which has yet to be.
-    VOR_AVX2_INLINE ptrdiff_t took_turns(const uint8_t *at, size_t count, uint32_t length) {
+    VOR_AVX2_INLINE ptrdiff_t took_turns(const uint8_t *at, ptrdiff_t count, uint32_t length) {
         *slot() = {end_at_hand() - begin_, colour_at_hand() & colour_code_mask};
-        const size_t bytes = count * Code::bytes;
-        const uint8_t *const last = at + bytes - Code::bytes;
+        const ptrdiff_t bytes = count * unit;
+        const uint8_t *const last = at + bytes - unit;
         passed_ += length;
         begin_ = passed_ - Code::length(last);
         if constexpr (two_colours)
-            second_ ^= count & 1;
+            second_ ^= static_cast<uint32_t>(count) & 1;
         else
             colour_ = Code::colour(last, palette_);
-        completed_ += count;
-        return static_cast<ptrdiff_t>(bytes);
+        completed_ += static_cast<size_t>(count);
+        return bytes;
     }
 
     // ---- blocks of any codes ----
@@ -376,12 +376,11 @@ private:
 
     // Notes the colours of `count` codes, a multiple of 16, behind the one at hand.
     VOR_AVX2_INLINE void look_up(const uint8_t *at, ptrdiff_t count) {
-        constexpr ptrdiff_t size = Code::bytes;
         auto *const to = room_->looked_up;
         to[0] = static_cast<uint16_t>(colour_);
         if (identity_) {
             for (ptrdiff_t i = 0; i < count; i += 8) {
-                const void *eight = at + i * size;
+                const void *eight = at + i * unit;
                 const __m128i codes = _mm_loadu_si128(static_cast<const __m128i *>(eight));
                 const __m128i colours = _mm_srli_epi16(codes, 8);
                 if constexpr (in_words)
@@ -393,7 +392,7 @@ private:
         }
         // One by one, which is quicker than a gathering load.
         for (ptrdiff_t i = 0; i < count; ++i)
-            to[1 + i] = palette_.table[at[i * size + 1]];
+            to[1 + i] = palette_.table[at[i * unit + 1]];
     }
 
     // Each run but the last of those begun ends where the next one begins.

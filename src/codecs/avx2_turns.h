@@ -123,7 +123,7 @@ class Turns {
 
 public:
     static constexpr ptrdiff_t bytes = 64;
-    static constexpr size_t codes = bytes / Code::bytes;
+    static constexpr ptrdiff_t codes = bytes / ptrdiff_t{Code::bytes};
 
     VOR_AVX2_INLINE Turns(const uint8_t *at, __m256i bits) : low_(at, bits), high_(at + 32, bits) {}
 
@@ -131,19 +131,18 @@ public:
     VOR_AVX2_INLINE bool hold() const {
         return Vector::above_0(Vector::least(low_.good, high_.good)) == UINT32_MAX;
     }
-    VOR_AVX2_INLINE size_t holding() const {
+    VOR_AVX2_INLINE ptrdiff_t holding() const {
         const uint64_t high = Vector::above_0(high_.good);
-        const auto good =
-            static_cast<size_t>(std::countr_one(high << 32 | Vector::above_0(low_.good)));
-        return good / Code::bytes;
+        const uint64_t good = high << 32 | Vector::above_0(low_.good);
+        return std::countr_one(good) / ptrdiff_t{Code::bytes};
     }
     // Sums of the lengths, in lanes of 32 bits.
     VOR_AVX2_INLINE __m256i sums() const {
         return _mm256_add_epi32(Vector::sums(low_.lengths), Vector::sums(high_.lengths));
     }
     // The same of the first `count` codes.
-    VOR_AVX2_INLINE __m256i sums_of_first(size_t count) const {
-        const uint8_t *const kept = kept_bytes.bytes + 64 - count * Code::bytes;
+    VOR_AVX2_INLINE __m256i sums_of_first(ptrdiff_t count) const {
+        const uint8_t *const kept = kept_bytes.bytes + 64 - count * ptrdiff_t{Code::bytes};
         return _mm256_add_epi32(Vector::sums(_mm256_and_si256(low_.lengths, load256(kept))),
                                 Vector::sums(_mm256_and_si256(high_.lengths, load256(kept + 32))));
     }
@@ -152,40 +151,36 @@ private:
     Vector low_, high_;
 };
 
-// Stores the codes at `at`, a block of turns, as runs. `colours`: what four codes differ by from
-// their runs.
+// Stores the 16 bytes of codes at `at`, in fours, as runs: the number `first` of those counted from
+// `slot`, and its followers.
+template <class Code, Order order, size_t... four>
+VOR_AVX2_INLINE void store_fours(lfrun *slot, size_t first, const void *at, __m256i differences,
+                                 std::index_sequence<four...>) {
+    const __m256i twice =
+        _mm256_broadcastsi128_si256(_mm_loadu_si128(static_cast<const __m128i *>(at)));
+    const auto place = [slot, first](size_t number) {
+        const auto distance = static_cast<ptrdiff_t>(first + number * 4);
+        return order == Order::forward ? slot + distance : slot - distance - 3;
+    };
+    (store256(place(four), _mm256_xor_si256(spread<Code, order>(twice, four), differences)), ...);
+}
+
+template <class Code, Order order, size_t... half>
+VOR_AVX2_INLINE void store_halves(lfrun *slot, const uint8_t *at, __m256i differences,
+                                  std::index_sequence<half...>) {
+    constexpr size_t fours = spread<Code, order>.fours;
+    (store_fours<Code, order>(slot, half * fours * 4, at + half * 16, differences,
+                              std::make_index_sequence<fours>()),
+     ...);
+}
+
+// Stores the codes of Turns at `at` as runs. `differences`: what four of them, drawn apart, differ
+// by from their runs.
 template <class Code, Order order>
-class TurnsStore {
-public:
-    VOR_AVX2_INLINE TurnsStore(lfrun *slot, const uint8_t *at, __m256i colours) {
-        constexpr size_t halves = Turns<Code>::bytes / 16;
-        store_halves(slot, at, colours, std::make_index_sequence<halves>());
-    }
-
-private:
-    static constexpr auto &apart = spread<Code, order>;
-
-    template <size_t... half>
-    VOR_AVX2_INLINE static void store_halves(lfrun *slot, const uint8_t *at, __m256i colours,
-                                             std::index_sequence<half...>) {
-        (store_fours(slot, half * apart.fours * 4, twice(at + half * 16), colours,
-                     std::make_index_sequence<apart.fours>()),
-         ...);
-    }
-    template <size_t... four>
-    VOR_AVX2_INLINE static void store_fours(lfrun *slot, size_t first, __m256i codes,
-                                            __m256i colours, std::index_sequence<four...>) {
-        (store_four(slot, static_cast<ptrdiff_t>(first + four * 4),
-                    _mm256_xor_si256(apart(codes, four), colours)),
-         ...);
-    }
-    VOR_AVX2_INLINE static void store_four(lfrun *slot, ptrdiff_t first, __m256i runs) {
-        store256(order == Order::forward ? slot + first : slot - first - 3, runs);
-    }
-    VOR_AVX2_INLINE static __m256i twice(const void *at) {
-        return _mm256_broadcastsi128_si256(_mm_loadu_si128(static_cast<const __m128i *>(at)));
-    }
-};
+VOR_AVX2_INLINE void store_turns(lfrun *slot, const uint8_t *at, __m256i differences) {
+    store_halves<Code, order>(slot, at, differences,
+                              std::make_index_sequence<Turns<Code>::bytes / 16>());
+}
 
 } // namespace vor
 
