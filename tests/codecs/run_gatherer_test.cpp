@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <cstring>
 
 #include "support/owned_handles.h"
@@ -66,6 +67,36 @@ TEST(RunGatherer, ReversedFillsFromTheLastButOneUnitDown) {
     EXPECT_EQ(track.runs(), (Runs{{4, 3}, {2, 2}, {3, 1}}));
     EXPECT_EQ(track->data, track->base + 5);
     EXPECT_EQ(track->base[7].length, 3u);
+}
+
+// Takes so many pieces, each of a colour of its own, and gives the place of the four runs that the
+// next four pieces would leave behind the one at hand.
+template <Order order>
+uintptr_t four_behind(RunGatherer<order> *runs, ptrdiff_t pieces) {
+    for (ptrdiff_t i = 0; i < pieces; ++i)
+        runs->add(runs->pixels() + 1, 1000 + runs->pixels());
+    const lfrun *const slot = runs->next_slot();
+    return reinterpret_cast<uintptr_t>(order == Order::forward ? slot + 1 : slot - 4);
+}
+
+template <Order order>
+void expect_aligned_places() {
+    for (int32_t size = 16; size < 20; ++size) {
+        for (ptrdiff_t before = 0; before < 5; ++before) {
+            Track track(static_cast<uint32_t>(size));
+            RunGatherer<order> runs(track.get());
+            four_behind(&runs, before);
+            const ptrdiff_t pieces = runs.pieces_to_aligned();
+            EXPECT_GE(pieces, 1);
+            EXPECT_LE(pieces, 4);
+            EXPECT_EQ(four_behind(&runs, pieces) % 32, 0u) << size << ", " << before;
+        }
+    }
+}
+
+TEST(RunGatherer, TellsHowManyPiecesBringRunsToAlignedPlaces) {
+    expect_aligned_places<Order::forward>();
+    expect_aligned_places<Order::reversed>();
 }
 
 TEST(RunGatherer, WithoutPixelsGivesNoRuns) {

@@ -1,7 +1,6 @@
 // The write road: what goes in as tracks comes back as the same tracks, and libpng by itself finds
 // the same picture.
 
-#include <algorithm>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -14,44 +13,15 @@
 #include "png/png_maker.h"
 #include "png/vor_png.h"
 #include "support/byte_file.h"
-#include "support/report_log.h"
-#include "support/temp_dir.h"
+#include "support/picture_files.h"
 
 namespace {
 
 using namespace vor::test;
 
-class PngWrite : public testing::Test {
+class PngWrite : public PictureFiles {
 protected:
-    Handle create(uint32_t minor_number, uint32_t mode = 0) {
-        const int32_t row = lfregisterfmt(&png_cvtformat);
-        const int32_t type = lffdev(row, static_cast<int32_t>(minor_number));
-        std::filesystem::remove(name_);
-        return Handle(lfopen(name_.c_str(), LF_WRITE | mode, type, nullptr));
-    }
-    // Writes all rows of a picture; the handle has its size.
-    void put_rows(xvor_t *h, const Image &image) {
-        Track track(static_cast<uint32_t>(image.width));
-        for (int32_t y = 0; y < image.height; ++y) {
-            track.put(runs_of_row(image, y));
-            ASSERT_EQ(lfwrite(h, track.get(), y), 0) << y;
-        }
-    }
-    void write(uint32_t minor_number, const Image &image, uint32_t mode = 0) {
-        Handle h = create(minor_number, mode);
-        ASSERT_TRUE(h);
-        ASSERT_EQ(lfsetsize(h.get(), image.height, image.width), 0);
-        put_rows(h.get(), image);
-        ASSERT_EQ(close_now(&h), 0);
-    }
-    Image read_back() {
-        const Handle h = open_png(name_);
-        return h ? read_image(h.get()) : Image{};
-    }
-
-    TempDir dir_;
-    std::string name_ = dir_.file("a.png");
-    ReportLog log_;
+    PngWrite() : PictureFiles(&png_cvtformat) {}
 };
 
 // The file as libpng's own simple reader has it.
@@ -157,54 +127,10 @@ TEST_F(PngWrite, ResolutionIsKeptToThePixelPerMetre) {
         ASSERT_EQ(lfscale(h.get(), row.xres, row.yres), 0);
         put_rows(h.get(), sample_image(1, 1, 8));
         ASSERT_EQ(close_now(&h), 0);
-        const Handle back = open_png(name_);
+        const Handle back = open();
         ASSERT_TRUE(back);
         EXPECT_DOUBLE_EQ(back->fxres, row.xback);
         EXPECT_DOUBLE_EQ(back->fyres, row.yback);
-    }
-}
-
-TEST_F(PngWrite, TheColourTableOfTheHandleIsApplied) {
-    for (const uint32_t type : {VOR_PNG_BILEVEL, VOR_PNG_GRAY}) {
-        Handle h = create(type);
-        ASSERT_TRUE(h);
-        ASSERT_EQ(lfsetsize(h.get(), 1, 12), 0);
-        ASSERT_EQ(lfcheck(h.get()), 0);
-        lfctable(h.get())[0] = 7;
-        lfctable(h.get())[9] = 0;
-        Track track;
-        track.put({{5, 9}, {3, 0}, {4, 9}});
-        ASSERT_EQ(lfwrite(h.get(), track.get(), 0), 0);
-        ASSERT_EQ(close_now(&h), 0);
-        const auto seven = static_cast<uint8_t>(type == VOR_PNG_GRAY ? 7 : 255);
-        EXPECT_EQ(read_back(), (Image{12, 1, {0, 0, 0, 0, 0, seven, seven, seven, 0, 0, 0, 0}}));
-    }
-}
-
-TEST_F(PngWrite, ShortTracksEndInZerosAndLongOnesAreCut) {
-    for (const uint32_t type : {VOR_PNG_BILEVEL, VOR_PNG_GRAY}) {
-        Handle h = create(type);
-        ASSERT_TRUE(h);
-        ASSERT_EQ(lfsetsize(h.get(), 2, 5), 0);
-        Track track;
-        track.put({{2, 255}});
-        ASSERT_EQ(lfwrite(h.get(), track.get(), 0), 0);
-        track.put({{4, 0}, {400, 255}, {1, 0}});
-        ASSERT_EQ(lfwrite(h.get(), track.get(), 1), 0);
-        ASSERT_EQ(close_now(&h), 0);
-        EXPECT_EQ(read_back(), (Image{5, 2, {255, 255, 0, 0, 0, 0, 0, 0, 0, 255}}));
-    }
-}
-
-TEST_F(PngWrite, AMirroredHandleWritesThePixelsInReverse) {
-    for (const uint32_t type : {VOR_PNG_BILEVEL, VOR_PNG_GRAY}) {
-        const Image image = sample_image(29, 6, type == VOR_PNG_GRAY ? 8 : 1);
-        write(type, image, LF_YMIRROR);
-        const Image back = read_back();
-        for (int32_t y = 0; y < 6; ++y) {
-            for (int32_t x = 0; x < 29; ++x)
-                ASSERT_EQ(back.at(x, y), image.at(28 - x, y)) << x << ", " << y;
-        }
     }
 }
 
@@ -216,107 +142,9 @@ TEST_F(PngWrite, AFileThatLacksTracksIsAFailureAndIsNotReadBack) {
     EXPECT_EQ(close_now(&h), -1);
     EXPECT_EQ(log_.take(), (Lines{"png_whdr: error count: 3 | tracks are missing",
                                   "lfclose: last os error | write error on header(s)"}));
-    const Handle back = open_png(name_);
+    const Handle back = open();
     Track track;
     EXPECT_TRUE(!back || lfread(back.get(), track.get(), 0) < 0);
-}
-
-TEST_F(PngWrite, AHandleThatIsNeverCheckedFailsToClose) {
-    Handle h = create(VOR_PNG_GRAY);
-    ASSERT_TRUE(h);
-    EXPECT_EQ(close_now(&h), -1);
-    EXPECT_FALSE(open_png(name_));
-}
-
-TEST_F(PngWrite, ASizeThatChangesBeforeTheFirstTrackCounts) {
-    const Image image = sample_image(40, 3, 8);
-    Handle h = create(VOR_PNG_GRAY);
-    ASSERT_TRUE(h);
-    ASSERT_EQ(lfsetsize(h.get(), 10, 20), 0);
-    ASSERT_EQ(lfcheck(h.get()), 0);
-    ASSERT_EQ(lfsetsize(h.get(), 3, 40), 0); // warns
-    ASSERT_EQ(lfcheck(h.get()), 0);
-    put_rows(h.get(), image);
-    ASSERT_EQ(close_now(&h), 0);
-    EXPECT_EQ(read_back(), image);
-}
-
-TEST_F(PngWrite, ASizeThatChangesBehindTheFirstTrackIsRefused) {
-    Handle h = create(VOR_PNG_GRAY);
-    ASSERT_TRUE(h);
-    ASSERT_EQ(lfsetsize(h.get(), 10, 20), 0);
-    put_rows(h.get(), sample_image(20, 1, 8));
-    ASSERT_EQ(lfsetsize(h.get(), 10, 30), 0);
-    log_.take();
-    EXPECT_EQ(lfcheck(h.get()), -1);
-    EXPECT_EQ(log_.take().front(), "png_check: invalid argument | the file has tracks already");
-    EXPECT_EQ(close_now(&h), -1);
-}
-
-// A late change of the size without an lfcheck goes on in the file that was begun.
-TEST_F(PngWrite, RowsKeepTheWidthThatTheFileWasBegunWith) {
-    constexpr int32_t wider = 1 << 30;
-    for (const uint32_t type : {VOR_PNG_BILEVEL, VOR_PNG_GRAY}) {
-        Handle h = create(type);
-        ASSERT_TRUE(h);
-        ASSERT_EQ(lfsetsize(h.get(), 2, 12), 0);
-        ASSERT_EQ(lfcheck(h.get()), 0);
-        ASSERT_EQ(lfsetsize(h.get(), 2, wider), 0); // warns
-        Track track;
-        track.put({{3, 0}, {wider, 255}});
-        ASSERT_EQ(lfwrite(h.get(), track.get(), 0), 0);
-        track.put({{12, 0}, {wider, 255}});
-        ASSERT_EQ(lfwrite(h.get(), track.get(), 1), 0);
-        ASSERT_EQ(close_now(&h), 0);
-        Image expected{12, 2, std::vector<uint8_t>(24, 0)};
-        std::fill_n(expected.pixels.begin() + 3, 9, uint8_t{255});
-        EXPECT_EQ(read_back(), expected) << type;
-    }
-}
-
-TEST_F(PngWrite, ALateSmallerHeightLeavesTheFileUnfinished) {
-    Handle h = create(VOR_PNG_GRAY);
-    ASSERT_TRUE(h);
-    ASSERT_EQ(lfsetsize(h.get(), 5, 20), 0);
-    ASSERT_EQ(lfcheck(h.get()), 0);
-    ASSERT_EQ(lfsetsize(h.get(), 2, 20), 0); // warns
-    put_rows(h.get(), sample_image(20, 2, 8));
-    log_.take();
-    EXPECT_EQ(close_now(&h), -1);
-    EXPECT_EQ(log_.take().front(), "png_whdr: error count: 3 | tracks are missing");
-}
-
-TEST_F(PngWrite, ALateGreaterHeightMakesNoRoom) {
-    for (const int32_t tracks : {2, 3}) {
-        const Image image = sample_image(20, tracks, 8);
-        Handle h = create(VOR_PNG_GRAY);
-        ASSERT_TRUE(h);
-        ASSERT_EQ(lfsetsize(h.get(), 2, 20), 0);
-        ASSERT_EQ(lfcheck(h.get()), 0);
-        ASSERT_EQ(lfsetsize(h.get(), 5, 20), 0); // warns
-        put_rows(h.get(), image);
-        log_.take();
-        EXPECT_EQ(close_now(&h), tracks == 2 ? 0 : -1);
-        if (tracks == 2) {
-            EXPECT_EQ(read_back(), image);
-        } else {
-            EXPECT_EQ(log_.take().front(),
-                      "png_flush: invalid track number: 2 | the file was begun with fewer tracks");
-        }
-    }
-}
-
-TEST_F(PngWrite, AFullDiskIsAFailure) {
-    const int32_t row = lfregisterfmt(&png_cvtformat);
-    const int32_t fd = kel_open("/dev/full", KEL_O_WRONLY, 0);
-    if (fd < 0) GTEST_SKIP() << "no /dev/full here";
-    const int32_t type = lffdev(row, static_cast<int32_t>(VOR_PNG_GRAY));
-    Handle h(lfdopen(fd, "full", LF_WRITE, type, nullptr));
-    ASSERT_TRUE(h);
-    ASSERT_EQ(lfsetsize(h.get(), 100, 100), 0);
-    EXPECT_EQ(lfcheck(h.get()), -1);
-    EXPECT_EQ(log_.take().front().substr(0, 24), "png_check: last os error");
-    EXPECT_EQ(close_now(&h), -1);
 }
 
 TEST_F(PngWrite, APipeTakesAPicture) {
@@ -359,28 +187,6 @@ TEST_F(PngWrite, APipeTakesNoSecondHead) {
     kel_close(ends[0]);
     EXPECT_NE(bytes.find("IHDR"), std::string::npos);
     EXPECT_EQ(bytes.find("IHDR"), bytes.rfind("IHDR"));
-}
-
-TEST_F(PngWrite, TracksBeyondAllMeasureAreRefused) {
-    Handle h = create(VOR_PNG_GRAY);
-    ASSERT_TRUE(h);
-    ASSERT_EQ(lfsetsize(h.get(), 1, 300000000), 0);
-    EXPECT_EQ(lfcheck(h.get()), -1);
-    EXPECT_EQ(log_.take().front(), "png_check: out of memory");
-    EXPECT_EQ(close_now(&h), -1);
-}
-
-TEST_F(PngWrite, TracksGoOutInOrder) {
-    Handle h = create(VOR_PNG_GRAY);
-    ASSERT_TRUE(h);
-    ASSERT_EQ(lfsetsize(h.get(), 2, 3), 0);
-    Track track;
-    track.put({{3, 1}});
-    EXPECT_EQ(lfwrite(h.get(), track.get(), 1), -1);
-    EXPECT_EQ(lfwrite(h.get(), track.get(), 0), 0);
-    EXPECT_EQ(lfwrite(h.get(), track.get(), 1), 0);
-    EXPECT_EQ(lfwrite(h.get(), track.get(), 2), -1);
-    EXPECT_EQ(close_now(&h), 0);
 }
 
 } // namespace

@@ -70,11 +70,7 @@ TEST_F(ModuleLoading, APictureIsWrittenAndReadByItsSuffix) {
             ASSERT_EQ(lfspecial(out.get(), LFS_TIF_ORIENTATION, &rows), 0);
         }
         ASSERT_EQ(lfsetsize(out.get(), image.height, image.width), 0);
-        Track track(300);
-        for (int32_t y = 0; y < image.height; ++y) {
-            track.put(runs_of_row(image, y));
-            ASSERT_EQ(lfwrite(out.get(), track.get(), y), 0);
-        }
+        put_rows(out.get(), image);
         ASSERT_EQ(close_now(&out), 0);
         lfinfo info;
         EXPECT_EQ(lffiletype(name.c_str(), &info), 0);
@@ -112,11 +108,7 @@ TEST_F(ExampleModule, WhatIsWrittenComesBack) {
     Handle out(lfopen(name_.c_str(), LF_WRITE, lffdev(row_, 0), nullptr));
     ASSERT_TRUE(out);
     ASSERT_EQ(lfsetsize(out.get(), 20, 30), 0);
-    Track track;
-    for (int32_t y = 0; y < 20; ++y) {
-        track.put(runs_of_row(image, y));
-        ASSERT_EQ(lfwrite(out.get(), track.get(), y), 0);
-    }
+    put_rows(out.get(), image);
     ASSERT_EQ(close_now(&out), 0);
     const std::string text = read_text(name_);
     EXPECT_EQ(text.substr(0, 29), "P5\n        30         20\n255\n");

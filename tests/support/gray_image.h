@@ -73,6 +73,17 @@ inline Image read_image(xvor_t *h) {
     return image;
 }
 
+// Writes an image as the tracks of a handle that has its size. Throws where a track is not written.
+inline void put_rows(xvor_t *h, const Image &image) {
+    Track track(static_cast<uint32_t>(image.width));
+    for (int32_t y = 0; y < image.height; ++y) {
+        track.put(runs_of_row(image, y));
+        if (lfwrite(h, track.get(), y) != 0) {
+            throw std::runtime_error("track " + std::to_string(y) + " is not written");
+        }
+    }
+}
+
 } // namespace vor::test
 
 #endif

@@ -2,17 +2,13 @@
 
 #include "tif/vor_tif.h"
 
-#include <cmath>
 #include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
 
-#include "platform/kel.h"
 #include "support/byte_file.h"
-#include "support/owned_handles.h"
-#include "support/report_log.h"
-#include "support/temp_dir.h"
+#include "support/picture_files.h"
 #include "tif/tiff_maker.h"
 #include "vor/vor.h"
 
@@ -20,18 +16,13 @@ namespace {
 
 using namespace vor::test;
 
-class TifFormat : public testing::Test {
+class TifFormat : public PictureFiles {
 protected:
-    void make(const Form &form, int32_t width = 30, int32_t height = 20) {
-        image_ = sample_image(width, height, form.bits);
-        make_tiff(name_, form, image_);
-    }
-    Handle open(uint32_t mode = LF_READ) { return open_tif(name_, mode); }
+    TifFormat() : PictureFiles(&tif_cvtformat) {}
 
-    TempDir dir_;
-    std::string name_ = dir_.file("a.tif");
-    Image image_;
-    ReportLog log_;
+    void make(const Form &form, int32_t width = 30, int32_t height = 20) {
+        make_tiff(name_, form, sample_image(width, height, form.bits));
+    }
 };
 
 Form gray_form() {
@@ -58,21 +49,7 @@ TEST_F(TifFormat, AnOpenFileTellsItsGeometry) {
     form.xresolution = 508;
     form.yresolution = 1016;
     make(form, 30, 20);
-    lfinfo info;
-    const int32_t row = lfregisterfmt(&tif_cvtformat);
-    const Handle h(lfopen(name_.c_str(), LF_READ, 0, &info));
-    ASSERT_TRUE(h);
-    EXPECT_EQ(info.xsize, 20);
-    EXPECT_EQ(info.ysize, 30);
-    EXPECT_DOUBLE_EQ(info.yres, 20); // along a row
-    EXPECT_DOUBLE_EQ(info.xres, 40);
-    EXPECT_EQ(info.bits, 8);
-    EXPECT_EQ(info.nctab, 1);
-    EXPECT_STREQ(info.type_name, "tif");
-    EXPECT_EQ(info.major, row);
-    EXPECT_EQ(info.maxruns, 0);
-    EXPECT_EQ(info.error, 0);
-    EXPECT_TRUE(log_.empty());
+    expect_geometry(20, 40);
 }
 
 TEST_F(TifFormat, ResolutionInCentimetresCountsAsSuch) {
@@ -104,14 +81,7 @@ TEST_F(TifFormat, ATurnedFileTurnsItsResolutionToo) {
 
 TEST_F(TifFormat, WithoutAResolutionTheCallersIsTaken) {
     make(gray_form());
-    const Handle h = open();
-    ASSERT_TRUE(h);
-    EXPECT_EQ(h->fxres, 0);
-    EXPECT_EQ(h->fyres, 0);
-    ASSERT_EQ(lfscale(h.get(), 12, 24), 0);
-    EXPECT_EQ(h->fxres, 12);
-    EXPECT_EQ(h->xsize, 20);
-    EXPECT_EQ(h->ysize, 30);
+    expect_no_resolution();
 }
 
 TEST_F(TifFormat, AResolutionOfMereProportionsIsNone) {
@@ -120,10 +90,7 @@ TEST_F(TifFormat, AResolutionOfMereProportionsIsNone) {
     form.xresolution = 1;
     form.yresolution = 2;
     make(form);
-    const Handle h = open();
-    ASSERT_TRUE(h);
-    EXPECT_EQ(h->fxres, 0);
-    EXPECT_EQ(h->fyres, 0);
+    expect_no_resolution();
 }
 
 TEST_F(TifFormat, AResolutionOfZeroIsNone) {
@@ -132,10 +99,7 @@ TEST_F(TifFormat, AResolutionOfZeroIsNone) {
     form.xresolution = 300;
     form.yresolution = 0;
     make(form);
-    const Handle h = open();
-    ASSERT_TRUE(h);
-    EXPECT_EQ(h->fxres, 0);
-    EXPECT_EQ(h->fyres, 0);
+    expect_no_resolution();
 }
 
 TEST_F(TifFormat, TheMinorNumberTellsBitsAndCompression) {
@@ -161,13 +125,6 @@ TEST_F(TifFormat, TheMinorNumberTellsBitsAndCompression) {
         EXPECT_EQ(h->subtype, static_cast<int32_t>(row.minor_number)) << form.describe();
         EXPECT_EQ(h->bits, row.bits);
     }
-}
-
-TEST_F(TifFormat, TheKindsOfTheNativeFormatAreUnderstood) {
-    EXPECT_EQ(TIF_GRAY, VT_FW88);
-    EXPECT_EQ(TIF_DEFLATE, VT_DEFLATED);
-    EXPECT_LE(VT_FW16, TIF_MAXBILEVEL);
-    EXPECT_LE(VT_FW8, TIF_MAXBILEVEL);
 }
 
 TEST_F(TifFormat, TheOtherByteOrderShowsInTheFlags) {
@@ -203,70 +160,6 @@ TEST_F(TifFormat, BlackIsCodeZeroInBothSenses) {
     }
 }
 
-TEST_F(TifFormat, TheColourTableOfTheHandleIsApplied) {
-    make_tiff(name_, gray_form(), Image{4, 1, {5, 5, 6, 255}});
-    const Handle h = open();
-    ASSERT_TRUE(h);
-    ASSERT_EQ(lfcheck(h.get()), 0);
-    lfctable(h.get())[5] = 300;
-    lfctable(h.get())[6] = 300;
-    Track track;
-    ASSERT_EQ(lfread(h.get(), track.get(), 0), 2);
-    EXPECT_EQ(track.runs(), (Runs{{3, 300}, {1, 255}}));
-}
-
-TEST_F(TifFormat, AWindowShowsItsPartOfThePicture) {
-    for (const int bits : {1, 8}) {
-        Form form;
-        form.bits = bits;
-        make(form, 30, 20);
-        const Handle h = open();
-        ASSERT_TRUE(h);
-        int32_t window[4] = {3, 11, 17, 29};
-        ASSERT_EQ(lfclip(h.get(), window), 0);
-        const Image part = read_image(h.get());
-        ASSERT_EQ(part.height, 14);
-        ASSERT_EQ(part.width, 18);
-        for (int32_t y = 0; y < part.height; ++y) {
-            for (int32_t x = 0; x < part.width; ++x)
-                ASSERT_EQ(part.at(x, y), image_.at(x + 11, y + 3)) << x << ", " << y;
-        }
-    }
-}
-
-TEST_F(TifFormat, ScalingRepeatsTracksAndPixels) {
-    for (const int bits : {1, 8}) {
-        Form form;
-        form.bits = bits;
-        form.resolution_unit = RESUNIT_CENTIMETER;
-        form.xresolution = 100;
-        form.yresolution = 100;
-        make(form, 30, 20);
-        const Handle h = open();
-        ASSERT_TRUE(h);
-        ASSERT_EQ(lfscale(h.get(), 20, 30), 0);
-        EXPECT_EQ(h->xsize, 40);
-        EXPECT_EQ(h->ysize, 90);
-        const Image large = read_image(h.get());
-        for (int32_t y = 0; y < 40; ++y) {
-            for (int32_t x = 0; x < 90; ++x)
-                ASSERT_EQ(large.at(x, y), image_.at(x / 3, y / 2)) << x << ", " << y;
-        }
-    }
-}
-
-TEST_F(TifFormat, ARepeatedTrackIsDecodedOnce) {
-    make(gray_form(), 30, 20);
-    const Handle h = open();
-    ASSERT_TRUE(h);
-    ASSERT_EQ(lfscale(h.get(), 2, 1), 0);
-    ASSERT_EQ(lfsetsize(h.get(), 40, 30), 0);
-    Track track;
-    EXPECT_GT(lfread(h.get(), track.get(), 6), 0);
-    EXPECT_EQ(lfread(h.get(), track.get(), 7), 0);
-    EXPECT_GT(lfread(h.get(), track.get(), 8), 0);
-}
-
 TEST_F(TifFormat, ReducingToASinglePixelReadsOne) {
     make(gray_form(), 30, 20);
     const Handle h = open();
@@ -276,73 +169,6 @@ TEST_F(TifFormat, ReducingToASinglePixelReadsOne) {
     Track track;
     ASSERT_EQ(lfread(h.get(), track.get(), 0), 1);
     EXPECT_EQ(track.runs().front().first, 1u);
-}
-
-TEST_F(TifFormat, MirroredReadingReversesTracksAndPixels) {
-    for (const int bits : {1, 8}) {
-        Form form;
-        form.bits = bits;
-        make(form, 30, 20);
-        const Handle h = open(LF_READ | LF_XMIRROR | LF_YMIRROR);
-        ASSERT_TRUE(h);
-        const Image turned = read_image(h.get());
-        for (int32_t y = 0; y < 20; ++y) {
-            for (int32_t x = 0; x < 30; ++x)
-                ASSERT_EQ(turned.at(x, y), image_.at(29 - x, 19 - y)) << x << ", " << y;
-        }
-    }
-}
-
-TEST_F(TifFormat, TheTrackBehindTheLastIsAnEndOfFile) {
-    make(gray_form(), 30, 20);
-    const Handle h = open();
-    ASSERT_TRUE(h);
-    Track track;
-    int32_t window[4] = {0, 16, 20, 30}; // off the first byte, where a codec would look further on
-    ASSERT_EQ(lfclip(h.get(), window), 0);
-    ASSERT_GT(lfread(h.get(), track.get(), 19), 0);
-    EXPECT_EQ(lfread(h.get(), track.get(), 20), -1);
-    EXPECT_EQ(log_.take(), (Lines{"tif_readtrack: unexpected EOF: last os error"}));
-    EXPECT_EQ(lfread(h.get(), track.get(), 21), -1);
-    EXPECT_EQ(log_.take(), (Lines{"lfseek: invalid track number: 21"}));
-    EXPECT_GT(lfread(h.get(), track.get(), 0), 0);
-}
-
-TEST_F(TifFormat, SequentialReadingIsTheSame) {
-    make(gray_form());
-    const Handle h = open(LF_READ | LF_SEQUENTIAL);
-    ASSERT_TRUE(h);
-    EXPECT_EQ(read_image(h.get()), image_);
-}
-
-TEST_F(TifFormat, NoSeekTableIsMade) {
-    make(gray_form());
-    const Handle h = open();
-    ASSERT_TRUE(h);
-    read_image(h.get());
-    EXPECT_EQ(lfseektable(h.get()), nullptr);
-}
-
-TEST_F(TifFormat, SkippingATrackLeadsToTheNext) {
-    make_tiff(name_, gray_form(), Image{1, 3, {10, 20, 30}});
-    const Handle h = open();
-    ASSERT_TRUE(h);
-    ASSERT_EQ(lfcheck(h.get()), 0);
-    Track track;
-    EXPECT_GT(h->skiptrack(h.get(), 0), 0);
-    ASSERT_EQ(h->readtrack(h.get(), track.get()), 1);
-    EXPECT_EQ(track.runs(), (Runs{{1, 20}}));
-}
-
-TEST_F(TifFormat, ALateWindowIsTakenAfterANewCheck) {
-    make(gray_form(), 30, 20);
-    const Handle h = open();
-    ASSERT_TRUE(h);
-    EXPECT_EQ(read_image(h.get()), image_);
-    int32_t window[4] = {5, 0, 20, 30};
-    ASSERT_EQ(lfclip(h.get(), window), 0);
-    ASSERT_EQ(lfcheck(h.get()), 0);
-    EXPECT_EQ(read_image(h.get()).at(0, 0), image_.at(0, 5));
 }
 
 TEST_F(TifFormat, TheCheckerWalksAPicture) {
@@ -372,49 +198,6 @@ TEST_F(TifFormat, AFileThatOnlyBeginsLikeOneIsAFailure) {
         EXPECT_EQ(lines[0].substr(0, 26), "tif_detect: file corrupted") << lines[0];
         EXPECT_EQ(lines[1], "vor_detect_format: last os error");
     }
-}
-
-TEST_F(TifFormat, AFileOfFewerThanEightBytesIsAnothers) {
-    write_text(name_, "II*");
-    EXPECT_FALSE(open());
-    EXPECT_EQ(log_.take(), (Lines{"vor_detect_format: unknown file format"}));
-}
-
-TEST_F(TifFormat, AForcedTypeTellsOtherFilesApart) {
-    write_text(name_, "this is a text and no picture");
-    const int32_t row = lfregisterfmt(&tif_cvtformat);
-    EXPECT_FALSE(lfopen(name_.c_str(), LF_READ | LF_FORCETYPE, lffdev(row, 0), nullptr));
-    EXPECT_EQ(log_.take(), (Lines{"lfdopen: unknown file format"}));
-}
-
-TEST_F(TifFormat, UpdatingIsRefused) {
-    make(gray_form());
-    const std::vector<uint8_t> before = read_bytes(name_);
-    EXPECT_FALSE(open(LF_UPDATE));
-    EXPECT_EQ(log_.take().front(),
-              "tif_detect: write not supported | a TIFF file is not updated in place");
-    EXPECT_EQ(read_bytes(name_), before);
-}
-
-TEST_F(TifFormat, TheCallersDescriptorMayStandAnywhere) {
-    make(gray_form());
-    lfregisterfmt(&tif_cvtformat);
-    const int32_t fd = kel_open(name_.c_str(), KEL_O_RDONLY, 0);
-    ASSERT_GE(fd, 0);
-    const Handle h(lfdopen(fd, nullptr, LF_READ, 0, nullptr));
-    ASSERT_TRUE(h);
-    EXPECT_STREQ(lffilename(h.get()), "%%infile%%");
-    kel_lseek(fd, 7, KEL_SEEK_SET);
-    EXPECT_EQ(read_image(h.get()), image_);
-}
-
-TEST_F(TifFormat, AFailedOpenLeavesTheCallersDescriptor) {
-    write_text(name_, std::string("II*\0\1\0\0\0", 8));
-    lfregisterfmt(&tif_cvtformat);
-    const int32_t fd = kel_open(name_.c_str(), KEL_O_RDONLY, 0);
-    ASSERT_GE(fd, 0);
-    EXPECT_FALSE(lfdopen(fd, nullptr, LF_READ, 0, nullptr));
-    EXPECT_EQ(kel_close(fd), 0);
 }
 
 } // namespace

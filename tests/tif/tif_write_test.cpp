@@ -1,8 +1,5 @@
 // The write road: what goes in as tracks comes back as the same tracks, and libtiff finds the tags.
 
-#include <algorithm>
-#include <filesystem>
-#include <memory>
 #include <string>
 #include <vector>
 
@@ -10,8 +7,7 @@
 
 #include "platform/kel.h"
 #include "support/byte_file.h"
-#include "support/report_log.h"
-#include "support/temp_dir.h"
+#include "support/picture_files.h"
 #include "tif/tiff_maker.h"
 #include "tif/vor_tif.h"
 
@@ -37,37 +33,9 @@ double real_tag(const std::string &name, uint32_t tag) {
     return static_cast<double>(value);
 }
 
-class TifWrite : public testing::Test {
+class TifWrite : public PictureFiles {
 protected:
-    Handle create(uint32_t minor_number, uint32_t mode = 0) {
-        const int32_t row = lfregisterfmt(&tif_cvtformat);
-        const int32_t type = lffdev(row, static_cast<int32_t>(minor_number));
-        std::filesystem::remove(name_);
-        return Handle(lfopen(name_.c_str(), LF_WRITE | mode, type, nullptr));
-    }
-    // Writes all rows of a picture; the handle has its size.
-    void put_rows(xvor_t *h, const Image &image) {
-        Track track(static_cast<uint32_t>(image.width));
-        for (int32_t y = 0; y < image.height; ++y) {
-            track.put(runs_of_row(image, y));
-            ASSERT_EQ(lfwrite(h, track.get(), y), 0) << y;
-        }
-    }
-    void write(uint32_t minor_number, const Image &image, uint32_t mode = 0) {
-        Handle h = create(minor_number, mode);
-        ASSERT_TRUE(h);
-        ASSERT_EQ(lfsetsize(h.get(), image.height, image.width), 0);
-        put_rows(h.get(), image);
-        ASSERT_EQ(close_now(&h), 0);
-    }
-    Image read_back() {
-        const Handle h = open_tif(name_);
-        return h ? read_image(h.get()) : Image{};
-    }
-
-    TempDir dir_;
-    std::string name_ = dir_.file("a.tif");
-    ReportLog log_;
+    TifWrite() : PictureFiles(&tif_cvtformat) {}
 };
 
 constexpr uint32_t bilevel_types[] = {0,
@@ -162,54 +130,10 @@ TEST_F(TifWrite, ResolutionIsKeptInTheUnitThatHoldsItExactly) {
         ASSERT_EQ(close_now(&h), 0);
         EXPECT_EQ(short_tag(name_, TIFFTAG_RESOLUTIONUNIT), row.unit);
         EXPECT_NEAR(real_tag(name_, TIFFTAG_XRESOLUTION), row.file_x, 1e-4);
-        const Handle back = open_tif(name_);
+        const Handle back = open();
         ASSERT_TRUE(back);
         EXPECT_NEAR(back->fxres, row.xres, row.xres * 1e-6);
         EXPECT_NEAR(back->fyres, row.yres, row.yres * 1e-6);
-    }
-}
-
-TEST_F(TifWrite, TheColourTableOfTheHandleIsApplied) {
-    for (const uint32_t type : {TIF_BILEVEL, TIF_GRAY}) {
-        Handle h = create(type);
-        ASSERT_TRUE(h);
-        ASSERT_EQ(lfsetsize(h.get(), 1, 12), 0);
-        ASSERT_EQ(lfcheck(h.get()), 0);
-        lfctable(h.get())[0] = 7;
-        lfctable(h.get())[9] = 0;
-        Track track;
-        track.put({{5, 9}, {3, 0}, {4, 9}});
-        ASSERT_EQ(lfwrite(h.get(), track.get(), 0), 0);
-        ASSERT_EQ(close_now(&h), 0);
-        const auto seven = static_cast<uint8_t>(type == TIF_GRAY ? 7 : 255);
-        EXPECT_EQ(read_back(), (Image{12, 1, {0, 0, 0, 0, 0, seven, seven, seven, 0, 0, 0, 0}}));
-    }
-}
-
-TEST_F(TifWrite, ShortTracksEndInZerosAndLongOnesAreCut) {
-    for (const uint32_t type : {TIF_BILEVEL, TIF_GRAY}) {
-        Handle h = create(type);
-        ASSERT_TRUE(h);
-        ASSERT_EQ(lfsetsize(h.get(), 2, 5), 0);
-        Track track;
-        track.put({{2, 255}});
-        ASSERT_EQ(lfwrite(h.get(), track.get(), 0), 0);
-        track.put({{4, 0}, {400, 255}, {1, 0}});
-        ASSERT_EQ(lfwrite(h.get(), track.get(), 1), 0);
-        ASSERT_EQ(close_now(&h), 0);
-        EXPECT_EQ(read_back(), (Image{5, 2, {255, 255, 0, 0, 0, 0, 0, 0, 0, 255}}));
-    }
-}
-
-TEST_F(TifWrite, AMirroredHandleWritesThePixelsInReverse) {
-    for (const uint32_t type : {TIF_BILEVEL, TIF_GRAY}) {
-        const Image image = sample_image(29, 6, type == TIF_GRAY ? 8 : 1);
-        write(type, image, LF_YMIRROR);
-        const Image back = read_back();
-        for (int32_t y = 0; y < 6; ++y) {
-            for (int32_t x = 0; x < 29; ++x)
-                ASSERT_EQ(back.at(x, y), image.at(28 - x, y)) << x << ", " << y;
-        }
     }
 }
 
@@ -244,14 +168,7 @@ TEST_F(TifWrite, AFileThatLacksTracksIsAFailureAndNoTiff) {
     EXPECT_EQ(close_now(&h), -1);
     EXPECT_EQ(log_.take(), (Lines{"tif_whdr: error count: 3 | tracks are missing",
                                   "lfclose: last os error | write error on header(s)"}));
-    EXPECT_FALSE(open_tif(name_));
-}
-
-TEST_F(TifWrite, AHandleThatIsNeverCheckedFailsToClose) {
-    Handle h = create(TIF_GRAY);
-    ASSERT_TRUE(h);
-    EXPECT_EQ(close_now(&h), -1);
-    EXPECT_FALSE(open_tif(name_));
+    EXPECT_FALSE(open());
 }
 
 TEST_F(TifWrite, AnOpenEndedFileWithoutTracksFailsToClose) {
@@ -260,86 +177,7 @@ TEST_F(TifWrite, AnOpenEndedFileWithoutTracksFailsToClose) {
     ASSERT_EQ(lfsetsize(h.get(), 10, 20), 0);
     ASSERT_EQ(lfcheck(h.get()), 0);
     EXPECT_EQ(close_now(&h), -1);
-    EXPECT_FALSE(open_tif(name_));
-}
-
-TEST_F(TifWrite, ASizeThatChangesBeforeTheFirstTrackCounts) {
-    const Image image = sample_image(40, 3, 8);
-    Handle h = create(TIF_GRAY);
-    ASSERT_TRUE(h);
-    ASSERT_EQ(lfsetsize(h.get(), 10, 20), 0);
-    ASSERT_EQ(lfcheck(h.get()), 0);
-    ASSERT_EQ(lfsetsize(h.get(), 3, 40), 0); // warns
-    ASSERT_EQ(lfcheck(h.get()), 0);
-    put_rows(h.get(), image);
-    ASSERT_EQ(close_now(&h), 0);
-    EXPECT_EQ(read_back(), image);
-}
-
-TEST_F(TifWrite, ASizeThatChangesBehindTheFirstTrackIsRefused) {
-    Handle h = create(TIF_GRAY);
-    ASSERT_TRUE(h);
-    ASSERT_EQ(lfsetsize(h.get(), 10, 20), 0);
-    put_rows(h.get(), sample_image(20, 1, 8));
-    ASSERT_EQ(lfsetsize(h.get(), 10, 30), 0);
-    log_.take();
-    EXPECT_EQ(lfcheck(h.get()), -1);
-    EXPECT_EQ(log_.take().front(), "tif_check: invalid argument | the file has tracks already");
-    EXPECT_EQ(close_now(&h), -1);
-    EXPECT_FALSE(open_tif(name_));
-}
-
-// A late change of the size without an lfcheck goes on in the file that was begun.
-TEST_F(TifWrite, RowsKeepTheWidthThatTheFileWasBegunWith) {
-    constexpr int32_t wider = 1 << 30;
-    for (const uint32_t type : {TIF_BILEVEL, TIF_GRAY}) {
-        Handle h = create(type);
-        ASSERT_TRUE(h);
-        ASSERT_EQ(lfsetsize(h.get(), 2, 12), 0);
-        ASSERT_EQ(lfcheck(h.get()), 0);
-        ASSERT_EQ(lfsetsize(h.get(), 2, wider), 0); // warns
-        Track track;
-        track.put({{3, 0}, {wider, 255}});
-        ASSERT_EQ(lfwrite(h.get(), track.get(), 0), 0);
-        track.put({{12, 0}, {wider, 255}});
-        ASSERT_EQ(lfwrite(h.get(), track.get(), 1), 0);
-        ASSERT_EQ(close_now(&h), 0);
-        Image expected{12, 2, std::vector<uint8_t>(24, 0)};
-        std::fill_n(expected.pixels.begin() + 3, 9, uint8_t{255});
-        EXPECT_EQ(read_back(), expected) << type;
-    }
-}
-
-TEST_F(TifWrite, ALateSmallerHeightLeavesTheFileUnfinished) {
-    Handle h = create(TIF_GRAY);
-    ASSERT_TRUE(h);
-    ASSERT_EQ(lfsetsize(h.get(), 5, 20), 0);
-    ASSERT_EQ(lfcheck(h.get()), 0);
-    ASSERT_EQ(lfsetsize(h.get(), 2, 20), 0); // warns
-    put_rows(h.get(), sample_image(20, 2, 8));
-    log_.take();
-    EXPECT_EQ(close_now(&h), -1);
-    EXPECT_EQ(log_.take().front(), "tif_whdr: error count: 3 | tracks are missing");
-}
-
-TEST_F(TifWrite, ALateGreaterHeightMakesNoRoom) {
-    for (const int32_t tracks : {2, 3}) {
-        const Image image = sample_image(20, tracks, 8);
-        Handle h = create(TIF_GRAY);
-        ASSERT_TRUE(h);
-        ASSERT_EQ(lfsetsize(h.get(), 2, 20), 0);
-        ASSERT_EQ(lfcheck(h.get()), 0);
-        ASSERT_EQ(lfsetsize(h.get(), 5, 20), 0); // warns
-        put_rows(h.get(), image);
-        log_.take();
-        EXPECT_EQ(close_now(&h), tracks == 2 ? 0 : -1);
-        if (tracks == 2) {
-            EXPECT_EQ(read_back(), image);
-        } else {
-            EXPECT_EQ(log_.take().front(),
-                      "tif_flush: invalid track number: 2 | the file was begun with fewer tracks");
-        }
-    }
+    EXPECT_FALSE(open());
 }
 
 TEST_F(TifWrite, APictureOfFourGigabytesBecomesABigTiff) {
@@ -402,42 +240,6 @@ TEST_F(TifWrite, OtherRequestsAreLeftToTheLibrary) {
     EXPECT_EQ(flags, h->flags);
     EXPECT_EQ(lfspecial(h.get(), 30, nullptr), -1);
     EXPECT_EQ(h->error, static_cast<uint32_t>(LFE_REQUEST));
-}
-
-TEST_F(TifWrite, AFullDiskIsAFailure) {
-    const int32_t row = lfregisterfmt(&tif_cvtformat);
-    const int32_t type = lffdev(row, static_cast<int32_t>(TIF_GRAY | TIF_PLAIN));
-    const int32_t fd = kel_open("/dev/full", KEL_O_WRONLY, 0);
-    if (fd < 0) GTEST_SKIP() << "no /dev/full here";
-    Handle h(lfdopen(fd, "full", LF_WRITE, type, nullptr));
-    ASSERT_TRUE(h);
-    ASSERT_EQ(lfsetsize(h.get(), 100, 100), 0);
-    EXPECT_EQ(lfcheck(h.get()), -1);
-    EXPECT_EQ(close_now(&h), -1);
-}
-
-TEST_F(TifWrite, TracksBeyondAllMeasureAreRefused) {
-    Handle h = create(TIF_GRAY);
-    ASSERT_TRUE(h);
-    ASSERT_EQ(lfsetsize(h.get(), 1, 300000000), 0);
-    EXPECT_EQ(lfcheck(h.get()), -1);
-    EXPECT_EQ(log_.take().front(), "tif_check: out of memory");
-    EXPECT_EQ(close_now(&h), -1);
-}
-
-TEST_F(TifWrite, TracksGoOutInOrder) {
-    Handle h = create(TIF_GRAY);
-    ASSERT_TRUE(h);
-    ASSERT_EQ(lfsetsize(h.get(), 2, 3), 0);
-    Track track;
-    track.put({{3, 1}});
-    EXPECT_EQ(lfwrite(h.get(), track.get(), 1), -1);
-    EXPECT_EQ(log_.take(),
-              (Lines{"lfwrite: invalid argument | random access on write is not supported"}));
-    EXPECT_EQ(lfwrite(h.get(), track.get(), 0), 0);
-    EXPECT_EQ(lfwrite(h.get(), track.get(), 1), 0);
-    EXPECT_EQ(lfwrite(h.get(), track.get(), 2), -1);
-    EXPECT_EQ(close_now(&h), 0);
 }
 
 } // namespace
