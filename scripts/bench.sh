@@ -9,7 +9,7 @@
 . "$(dirname "$0")/lib.sh"
 
 scripts/setup.sh
-measured=(--benchmark_min_time=0.05 --benchmark_repetitions=7
+measured=(--benchmark_min_time=0.2 --benchmark_repetitions=7
     --benchmark_enable_random_interleaving=true)
 if [ "${1-}" = --brief ]; then
     shift
