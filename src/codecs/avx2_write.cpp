@@ -15,28 +15,25 @@
 namespace vor {
 namespace {
 
-// The low 16 bits of sixteen 64-bit numbers that are smaller than 2^16, in their order.
-VOR_AVX2_INLINE __m256i pack_sixteen(__m256i a, __m256i b, __m256i c, __m256i d) {
-    const __m256i low = _mm256_packus_epi32(a, b);
-    const __m256i high = _mm256_packus_epi32(c, d);
-    const __m256i mixed = _mm256_packus_epi32(low, high); // a0 a1 b0 b1 c0 c1 d0 d1 | a2 a3 ...
-    const __m256i order = _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7);
-    return _mm256_permutevar8x32_epi32(mixed, order);
-}
-
-// Sixteen runs less their colours, where these are as expected, and what they must not be.
-struct Sixteen {
-    VOR_AVX2_INLINE Sixteen(const lfrun *runs, __m256i colours, uint32_t limit) {
+// Eight runs less their colours, where these are as expected: then what is left are lengths.
+struct Eight {
+    VOR_AVX2_INLINE Eight(const lfrun *runs, __m256i colours) {
         const __m256i a = _mm256_xor_si256(load256(runs), colours);
         const __m256i b = _mm256_xor_si256(load256(runs + 4), colours);
-        const __m256i c = _mm256_xor_si256(load256(runs + 8), colours);
-        const __m256i d = _mm256_xor_si256(load256(runs + 12), colours);
-        const __m256i any = _mm256_or_si256(_mm256_or_si256(a, b), _mm256_or_si256(c, d));
-        excess = _mm256_andnot_si256(_mm256_set1_epi64x(limit), any);
-        lengths = pack_sixteen(a, b, c, d);
+        any = _mm256_or_si256(a, b);
+        lengths = _mm256_or_si256(a, _mm256_slli_epi64(b, 32));
     }
-    __m256i lengths, excess;
+    __m256i lengths; // in lanes of 32 bits: 0 4 1 5 2 6 3 7
+    __m256i any;     // the bits of all, in lanes of 64
 };
+
+// Whether any of `lengths` is 0, or has bits beyond the limit.
+template <uint32_t limit>
+VOR_AVX2_INLINE bool do_not_fit(__m256i any, __m256i zeros) {
+    const __m256i excess = _mm256_andnot_si256(_mm256_set1_epi64x(limit), any);
+    const __m256i bad = _mm256_or_si256(excess, zeros);
+    return _mm256_testz_si256(bad, bad) == 0;
+}
 
 template <class Code>
 struct Encoder;
@@ -48,13 +45,20 @@ struct Encoder<Fw8> {
     // `first` is the bit of the runs 0, 2, 4 ...
     VOR_AVX2_INLINE static bool encode(const lfrun *runs, __m256i colours, uint32_t first,
                                        uint8_t *to) {
-        const Sixteen low(runs, colours, Fw8::limit);
-        const Sixteen high(runs + 16, colours, Fw8::limit);
-        const __m256i excess = _mm256_or_si256(low.excess, high.excess);
-        const __m256i mixed = _mm256_packus_epi16(low.lengths, high.lengths);
-        const __m256i lengths = _mm256_permute4x64_epi64(mixed, 0xD8);
-        const __m256i zero = _mm256_cmpeq_epi8(lengths, _mm256_setzero_si256());
-        if (!_mm256_testz_si256(excess, excess) || !_mm256_testz_si256(zero, zero)) return false;
+        const Eight a(runs, colours), b(runs + 8, colours);
+        const Eight c(runs + 16, colours), d(runs + 24, colours);
+        const __m256i any =
+            _mm256_or_si256(_mm256_or_si256(a.any, b.any), _mm256_or_si256(c.any, d.any));
+        const __m256i low = _mm256_packus_epi32(a.lengths, b.lengths);
+        const __m256i high = _mm256_packus_epi32(c.lengths, d.lengths);
+        // Each half of a half has runs that are a multiple of four apart, two of each four.
+        const __m256i mixed = _mm256_permute4x64_epi64(_mm256_packus_epi16(low, high), 0xD8);
+        const __m256i order =
+            _mm256_setr_epi8(0, 2, 8, 10, 1, 3, 9, 11, 4, 6, 12, 14, 5, 7, 13, 15, 0, 2, 8, 10, 1,
+                             3, 9, 11, 4, 6, 12, 14, 5, 7, 13, 15);
+        const __m256i lengths = _mm256_shuffle_epi8(mixed, order);
+        if (do_not_fit<Fw8::limit>(any, _mm256_cmpeq_epi8(lengths, _mm256_setzero_si256())))
+            return false;
         const int16_t bits = static_cast<int16_t>(first != 0 ? 0x0080 : 0x8000);
         store256(to, _mm256_or_si256(lengths, _mm256_set1_epi16(bits)));
         return true;
@@ -67,12 +71,18 @@ struct Encoder<Fw16> {
 
     VOR_AVX2_INLINE static bool encode(const lfrun *runs, __m256i colours, uint32_t first,
                                        uint8_t *to) {
-        const Sixteen all(runs, colours, Fw16::limit);
-        const __m256i zero = _mm256_cmpeq_epi16(all.lengths, _mm256_setzero_si256());
-        if (!_mm256_testz_si256(all.excess, all.excess) || !_mm256_testz_si256(zero, zero))
+        const Eight a(runs, colours), b(runs + 8, colours);
+        const __m256i mixed =
+            _mm256_permute4x64_epi64(_mm256_packus_epi32(a.lengths, b.lengths), 0xD8);
+        const __m256i order =
+            _mm256_setr_epi8(0, 1, 4, 5, 8, 9, 12, 13, 2, 3, 6, 7, 10, 11, 14, 15, 0, 1, 4, 5, 8, 9,
+                             12, 13, 2, 3, 6, 7, 10, 11, 14, 15);
+        const __m256i lengths = _mm256_shuffle_epi8(mixed, order);
+        if (do_not_fit<Fw16::limit>(_mm256_or_si256(a.any, b.any),
+                                    _mm256_cmpeq_epi16(lengths, _mm256_setzero_si256())))
             return false;
         const uint32_t bits = first != 0 ? 0x00008000 : 0x80000000;
-        store256(to, _mm256_or_si256(all.lengths, every(bits)));
+        store256(to, _mm256_or_si256(lengths, every(bits)));
         return true;
     }
 };
